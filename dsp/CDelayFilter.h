@@ -7,13 +7,14 @@
 
     Per sample: the write index advances by one and wraps past maxDelay; the sample is written
     there and the sample written `delay` samples earlier is read back. A delay of 0 returns the
-    sample just written.
+    sample just written. The processor base derives from CDelayFilter<float>; the engine holds one
+    of 65536 samples.
 */
 template <typename T>
 class CDelayFilter
 {
 public:
-    /** Message thread; allocates maxDelay + 1 samples. */
+    /** Not the audio thread; allocates maxDelay + 1 samples. */
     explicit CDelayFilter (int maxDelayIn = 0)
         : maxDelay (std::max (0, maxDelayIn)), buffer ((size_t) maxDelay + 1, T (0))
     {
@@ -22,7 +23,7 @@ public:
 
     virtual ~CDelayFilter() = default;
 
-    /** Message thread; re-allocates the line for a new maximum and clears it. */
+    /** Not the audio thread; re-allocates the line for a new maximum and clears it. */
     void setMaxDelay (int newMaxDelay)
     {
         maxDelay = std::max (0, newMaxDelay);
@@ -31,20 +32,23 @@ public:
         clear();
     }
 
-    /** Any thread that owns the line; no allocation. Zeroes the line and rewinds the write index. */
+    /** The thread that runs the line, no allocation: zeroes the line and rewinds the write index. */
     void clear() noexcept
     {
         std::fill (buffer.begin(), buffer.end(), T (0));
         writeIndex = 0;
     }
 
-    /** Audio thread; no allocation. The delay is clamped to maxDelay. */
+    /** Audio thread, no allocation: the delay in samples, clamped to 0 ... maxDelay. */
     void setDelay (int d) noexcept { delay = std::clamp (d, 0, maxDelay); }
 
+    /** Any thread, no allocation. */
     int getDelay() const noexcept { return delay; }
+
+    /** Any thread, no allocation. */
     int getMaxDelay() const noexcept { return maxDelay; }
 
-    /** Audio thread; no allocation. One sample in, the delayed sample out. */
+    /** Audio thread, no allocation: one sample in, the delayed sample out. */
     T process (T x) noexcept
     {
         if (++writeIndex > maxDelay)
@@ -57,15 +61,9 @@ public:
         return buffer[(size_t) readIndex];
     }
 
-    /** Audio thread; no allocation. Delays a run of samples in place. */
+    /** Audio thread, no allocation: delays a run of samples in place. */
     void processInPlace (T* samples, int numSamples) noexcept
     {
-        if (delay == 0)
-        {
-            for (int i = 0; i < numSamples; ++i)
-                process (samples[i]);
-            return;
-        }
         for (int i = 0; i < numSamples; ++i)
             samples[i] = process (samples[i]);
     }

@@ -1,0 +1,95 @@
+#include "dsp/FftFilter.h"
+
+FftFilter::FftFilter (int fftSize, FftFilterCallBack::Ptr callbackIn, int numChannelsIn)
+    : FreqDomainOperator (fftSize),
+      numChannels (std::max (0, numChannelsIn)),
+      inputBuffer (numChannels),
+      outputBuffer (numChannels),
+      frameBuffer (numChannels, std::max (1, fftSize)),
+      spectra (new FreqDataStore<Complex> (numChannels, fftSize)),
+      callback (std::move (callbackIn))
+{
+    frameBuffer.clear();
+    windows[0] = new FFTWindow (getFftSize(), 0);
+    window.store (windows[0].get(), std::memory_order_release);
+
+    inputBuffer.setSize (getFftSize());
+    outputBuffer.setSize (getFftSize());
+    outputBuffer.writeSilence (getLatencySamples());
+}
+
+int FftFilter::getLatencySamples() const noexcept
+{
+    return getFftSize();
+}
+
+void FftFilter::setWindowType (int type)
+{
+    const std::lock_guard<std::mutex> lock (windowMutex);
+    const int slot = (type >= 0 && type < numWindowSlots - 1) ? type : numWindowSlots - 1;
+
+    if (windows[(size_t) slot] == nullptr)
+        windows[(size_t) slot] = new FFTWindow (getFftSize(), type);
+
+    window.store (windows[(size_t) slot].get(), std::memory_order_release);
+}
+
+void FftFilter::reserveFor (int numSamples) noexcept
+{
+    // Worst cases of the frame loop: the input holds less than a frame plus the block, and the
+    // output never holds more than the block plus a frame when a frame arrives (its ready count
+    // and the input's always add up to the frame length between calls).
+    const int frameLength = frameBuffer.getNumSamples();
+    inputBuffer.setSize (numSamples + frameLength);
+    outputBuffer.setSize (numSamples + frameLength);
+}
+
+void FftFilter::transformFrame (bool resynthesise) noexcept
+{
+    const int n = frameBuffer.getNumSamples();
+
+    for (int ch = 0; ch < numChannels; ++ch)
+        forwardTransform (n, spectra->getChannel (ch), frameBuffer.getReadPointer (ch));
+
+    if (callback != nullptr)
+        callback->processFrame (spectra);
+
+    if (resynthesise)
+        for (int ch = 0; ch < numChannels; ++ch)
+            inverseTransform (n, spectra->getChannel (ch), frameBuffer.getWritePointer (ch));
+}
+
+int FftFilter::process (juce::AudioSampleBuffer& buffer) noexcept
+{
+    const FFTWindow& analysisWindow = currentWindow();
+    const int frameLength = frameBuffer.getNumSamples();
+
+    reserveFor (buffer.getNumSamples());
+    inputBuffer.write (buffer, true);
+
+    while (inputBuffer.getNumReady() >= frameLength)
+    {
+        inputBuffer.read (frameBuffer, frameLength);
+        analysisWindow.applyTo (frameBuffer);
+        transformFrame (true);
+        outputBuffer.write (frameBuffer, true);
+    }
+
+    return outputBuffer.read (buffer, buffer.getNumSamples());
+}
+
+void FftFilter::analyse (const juce::AudioSampleBuffer& buffer) noexcept
+{
+    const FFTWindow& analysisWindow = currentWindow();
+    const int frameLength = frameBuffer.getNumSamples();
+
+    inputBuffer.setSize (buffer.getNumSamples() + frameLength);
+    inputBuffer.write (buffer, true);
+
+    while (inputBuffer.getNumReady() >= frameLength)
+    {
+        inputBuffer.read (frameBuffer, frameLength);
+        analysisWindow.applyTo (frameBuffer);
+        transformFrame (false);
+    }
+}
