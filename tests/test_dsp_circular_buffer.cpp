@@ -1,0 +1,413 @@
+// CircularAudioBuffer and OverlapAddBuffer.
+// Cases:
+//  - a fresh buffer grows to its first write, and a peek of more than is ready returns what is;
+//  - a write straddling the end of the storage reads back in order;
+//  - growth while the ready region wraps re-linearises it (oldest sample at 0, write position = ready);
+//  - growth during overlap-add drops the pending tail (plain buffer) or keeps it (OverlapAddBuffer);
+//  - advanceRead past the ready samples empties the buffer but moves the read position fully;
+//  - consume takes only what is ready and zeroes it, so later additions start from silence;
+//  - a write with more channels than the buffer writes the common ones and reports the mismatch;
+//  - peek leaves the destination past the delivered samples untouched; setNumChannels keeps content;
+//  - the operations reach each other through the virtual slots (a derived class changes one rule);
+//  - both buffers match a std::deque reference model over thousands of random mixed operations.
+#include "dsp/CircularAudioBuffer.h"
+#include "dsp/OverlapAddBuffer.h"
+
+#include <gtest/gtest.h>
+
+#include <deque>
+#include <random>
+#include <vector>
+
+namespace
+{
+using Channels = std::vector<std::vector<float>>;
+
+// numChannels channels of a ramp: channel c, sample i holds first + i + 1000 c.
+Channels ramp (int numChannels, int numSamples, float first)
+{
+    Channels data ((size_t) numChannels, std::vector<float> ((size_t) numSamples));
+    for (int c = 0; c < numChannels; ++c)
+        for (int i = 0; i < numSamples; ++i)
+            data[(size_t) c][(size_t) i] = first + (float) i + 1000.0f * (float) c;
+    return data;
+}
+
+std::vector<const float*> pointers (const Channels& data)
+{
+    std::vector<const float*> result;
+    for (auto& channel : data)
+        result.push_back (channel.data());
+    return result;
+}
+
+std::vector<float*> pointers (Channels& data)
+{
+    std::vector<float*> result;
+    for (auto& channel : data)
+        result.push_back (channel.data());
+    return result;
+}
+
+bool write (CircularAudioBuffer& buffer, const Channels& data, bool advance = true)
+{
+    return buffer.write (pointers (data).data(), (int) data.size(), (int) data[0].size(), advance);
+}
+
+bool add (CircularAudioBuffer& buffer, const Channels& data, bool advance)
+{
+    return buffer.add (pointers (data).data(), (int) data.size(), (int) data[0].size(), advance);
+}
+
+// Reads everything that is ready without consuming it.
+Channels peekAll (CircularAudioBuffer& buffer)
+{
+    Channels out ((size_t) buffer.getNumChannels(), std::vector<float> ((size_t) buffer.getNumReady()));
+    auto ptrs = pointers (out);
+    buffer.peek (ptrs.data(), (int) out.size(), buffer.getNumReady());
+    return out;
+}
+} // namespace
+
+TEST (DspCircularBuffer, FreshBufferGrowsToFirstWriteAndPeekReturnsWhatIsReady)
+{
+    CircularAudioBuffer buffer (2);
+    EXPECT_EQ (buffer.getBufferSize(), 1);
+    EXPECT_EQ (buffer.getNumReady(), 0);
+
+    EXPECT_TRUE (write (buffer, ramp (2, 5, 1.0f)));
+    EXPECT_EQ (buffer.getBufferSize(), 5);
+    EXPECT_EQ (buffer.getNumReady(), 5);
+
+    Channels dest ((size_t) 2, std::vector<float> (10, -7.0f));
+    auto ptrs = pointers (dest);
+    EXPECT_EQ (buffer.peek (ptrs.data(), 2, 10), 5);
+    for (int c = 0; c < 2; ++c)
+        for (int i = 0; i < 10; ++i)
+            EXPECT_EQ (dest[(size_t) c][(size_t) i], i < 5 ? 1.0f + (float) i + 1000.0f * (float) c : -7.0f);
+
+    EXPECT_EQ (buffer.getNumReady(), 5) << "peek does not consume";
+}
+
+TEST (DspCircularBuffer, WriteStraddlingTheEndReadsBackInOrder)
+{
+    CircularAudioBuffer buffer (1);
+    buffer.setSize (8);
+    write (buffer, ramp (1, 6, 0.0f));
+    EXPECT_EQ (buffer.consume (6), 6);
+    EXPECT_EQ (buffer.getWritePosition(), 6);
+
+    write (buffer, ramp (1, 5, 100.0f)); // 2 samples at the end, 3 from index 0
+    EXPECT_EQ (buffer.getBufferSize(), 8) << "it fitted, so no growth";
+    EXPECT_EQ (buffer.getWritePosition(), 3);
+
+    Channels dest ((size_t) 1, std::vector<float> (5));
+    auto ptrs = pointers (dest);
+    EXPECT_EQ (buffer.read (ptrs.data(), 1, 5), 5);
+    EXPECT_EQ (dest[0], ramp (1, 5, 100.0f)[0]);
+    EXPECT_EQ (buffer.getNumReady(), 0);
+}
+
+TEST (DspCircularBuffer, GrowthWhileWrappedRelinearises)
+{
+    CircularAudioBuffer buffer (2);
+    buffer.setSize (8);
+    write (buffer, ramp (2, 6, 0.0f));
+    buffer.consume (5);
+    write (buffer, ramp (2, 5, 10.0f)); // ready: 5, 10..14, wrapping at 8
+    ASSERT_EQ (buffer.getNumReady(), 6);
+    ASSERT_LT (buffer.getWritePosition(), buffer.getReadPosition());
+
+    write (buffer, ramp (2, 4, 20.0f)); // 6 + 4 > 8: grows
+    EXPECT_EQ (buffer.getBufferSize(), 10);
+    EXPECT_EQ (buffer.getReadPosition(), 0);
+    EXPECT_EQ (buffer.getWritePosition(), 0) << "write position is numReady (6) before the write, then wraps";
+
+    auto all = peekAll (buffer);
+    for (int c = 0; c < 2; ++c)
+    {
+        const float o = 1000.0f * (float) c;
+        EXPECT_EQ (all[(size_t) c], (std::vector<float> { 5 + o, 10 + o, 11 + o, 12 + o, 13 + o, 14 + o, 20 + o, 21 + o, 22 + o, 23 + o }));
+    }
+}
+
+TEST (DspCircularBuffer, GrowthDuringOverlapAddDropsTheTailUnlessOverlapAddBuffer)
+{
+    // Frames of 4 at a hop of 2: add a frame without advancing, then advance by the hop.
+    auto run = [] (CircularAudioBuffer& buffer)
+    {
+        buffer.setSize (4);
+        add (buffer, ramp (1, 4, 1.0f), false);
+        buffer.advanceWrite (2);
+        add (buffer, ramp (1, 4, 10.0f), false); // ready 2 + 4 > 4: grows while a tail of 2 waits
+        buffer.advanceWrite (4);
+        return peekAll (buffer)[0];
+    };
+
+    CircularAudioBuffer plain (1);
+    EXPECT_EQ (run (plain), (std::vector<float> { 1, 2, 10, 11, 12, 13 })) << "the tail 3, 4 is dropped by the growth";
+
+    OverlapAddBuffer overlapAdd (1);
+    EXPECT_EQ (run (overlapAdd), (std::vector<float> { 1, 2, 13, 15, 12, 13 })) << "the tail 3, 4 is kept and added onto";
+}
+
+TEST (DspCircularBuffer, AdvanceReadAndConsumeAtTheLimits)
+{
+    CircularAudioBuffer buffer (1);
+    buffer.setSize (10);
+    write (buffer, ramp (1, 3, 1.0f));
+
+    buffer.advanceRead (7);
+    EXPECT_EQ (buffer.getNumReady(), 0);
+    EXPECT_EQ (buffer.getReadPosition(), 7) << "moves by the full amount even past the ready samples";
+
+    CircularAudioBuffer other (1);
+    write (other, ramp (1, 4, 1.0f));
+    EXPECT_EQ (other.consume (9), 4);
+    EXPECT_EQ (other.getNumReady(), 0);
+    EXPECT_EQ (other.getReadPosition(), 0) << "4 samples consumed in a capacity of 4";
+}
+
+TEST (DspCircularBuffer, ConsumeZeroesSoLaterAdditionsStartFromSilence)
+{
+    CircularAudioBuffer buffer (1);
+    buffer.setSize (4);
+    write (buffer, ramp (1, 4, 5.0f));
+    EXPECT_EQ (buffer.consume (4), 4);
+
+    add (buffer, ramp (1, 4, 1.0f), true);
+    EXPECT_EQ (peekAll (buffer)[0], (std::vector<float> { 1, 2, 3, 4 }));
+
+    buffer.clearReady (2);
+    EXPECT_EQ (peekAll (buffer)[0], (std::vector<float> { 0, 0, 3, 4 }));
+    buffer.clearAllReady();
+    EXPECT_EQ (peekAll (buffer)[0], (std::vector<float> { 0, 0, 0, 0 }));
+    EXPECT_EQ (buffer.getNumReady(), 4) << "clearing keeps the counters";
+}
+
+TEST (DspCircularBuffer, ChannelMismatchAndChannelChanges)
+{
+    CircularAudioBuffer buffer (2);
+    EXPECT_FALSE (write (buffer, ramp (3, 4, 1.0f))) << "more channels: the common ones are written";
+    auto all = peekAll (buffer);
+    ASSERT_EQ (all.size(), 2u);
+    EXPECT_EQ (all[1], ramp (3, 4, 1.0f)[1]);
+
+    EXPECT_FALSE (write (buffer, ramp (1, 2, 50.0f)));
+    all = peekAll (buffer);
+    EXPECT_EQ (all[0], (std::vector<float> { 1, 2, 3, 4, 50, 51 }));
+    EXPECT_EQ (all[1].size(), 6u) << "a channel that was not written still advances";
+
+    buffer.setNumChannels (3);
+    all = peekAll (buffer);
+    ASSERT_EQ (all.size(), 3u);
+    EXPECT_EQ (all[0], (std::vector<float> { 1, 2, 3, 4, 50, 51 })) << "content survives a channel change";
+    EXPECT_EQ (all[2], std::vector<float> (6, 0.0f)) << "new channels are silent";
+
+    juce::AudioSampleBuffer small (1, 3);
+    small.clear();
+    EXPECT_EQ (buffer.read (small, 3), 3) << "reading into fewer channels still consumes for all";
+    EXPECT_EQ (small.getSample (0, 2), 3.0f);
+    EXPECT_EQ (buffer.getNumReady(), 3);
+}
+
+TEST (DspCircularBuffer, OperationsGoThroughTheVirtualSlots)
+{
+    // Overriding only getNumChannels must change what write() reports and copies.
+    struct OneChannelView : CircularAudioBuffer
+    {
+        using CircularAudioBuffer::CircularAudioBuffer;
+        int getNumChannels() const noexcept override { return 1; }
+    };
+
+    OneChannelView view (2);
+    EXPECT_TRUE (write (view, ramp (1, 3, 1.0f)));
+    EXPECT_FALSE (write (view, ramp (2, 3, 1.0f)));
+
+    // Overriding only setSize to pre-grow generously must leave fewer growths behind write().
+    struct Generous : CircularAudioBuffer
+    {
+        using CircularAudioBuffer::CircularAudioBuffer;
+        void setSize (int n) override { CircularAudioBuffer::setSize (n > getBufferSize() ? n * 4 : n); }
+    };
+
+    Generous generous (1);
+    write (generous, ramp (1, 5, 0.0f));
+    EXPECT_EQ (generous.getBufferSize(), 20);
+    generous.writeSilence (3);
+    EXPECT_EQ (generous.getBufferSize(), 20);
+    EXPECT_EQ (generous.getNumReady(), 8);
+}
+
+namespace
+{
+// The reference: per channel, the ready samples and the free region behind them (from the write
+// position round to the read position), as plain deques.
+struct Model
+{
+    bool keepsTailOnGrowth;
+    int capacity = 1;
+    std::vector<std::deque<float>> ready, free;
+
+    Model (int channels, bool keepsTail) : keepsTailOnGrowth (keepsTail), ready ((size_t) channels), free ((size_t) channels, std::deque<float> (1, 0.0f)) {}
+
+    int numReady() const { return (int) ready[0].size(); }
+
+    void grow (int n)
+    {
+        if (n <= capacity)
+            return;
+        for (auto& f : free)
+        {
+            if (! keepsTailOnGrowth)
+                f.assign ((size_t) (capacity - numReady()), 0.0f);
+            f.insert (f.end(), (size_t) (n - capacity), 0.0f);
+        }
+        capacity = n;
+    }
+
+    bool put (const Channels& data, int channels, bool advance, bool accumulate)
+    {
+        const int k = (int) data[0].size();
+        grow (k + numReady());
+        for (int c = 0; c < std::min (channels, (int) free.size()); ++c)
+            for (int i = 0; i < k; ++i)
+                free[(size_t) c][(size_t) i] = accumulate ? free[(size_t) c][(size_t) i] + data[(size_t) c][(size_t) i] : data[(size_t) c][(size_t) i];
+        if (advance)
+            advanceWrite (k);
+        return channels == (int) free.size();
+    }
+
+    void advanceWrite (int k)
+    {
+        for (size_t c = 0; c < free.size(); ++c)
+            for (int i = 0; i < k; ++i)
+            {
+                ready[c].push_back (free[c].front());
+                free[c].pop_front();
+            }
+    }
+
+    int consume (int k)
+    {
+        const int m = std::min (k, numReady());
+        for (size_t c = 0; c < free.size(); ++c)
+            for (int i = 0; i < m; ++i)
+            {
+                ready[c].pop_front();
+                free[c].push_back (0.0f);
+            }
+        return m;
+    }
+
+    void setNumChannels (int n)
+    {
+        ready.resize ((size_t) n, std::deque<float> ((size_t) numReady(), 0.0f));
+        free.resize ((size_t) n, std::deque<float> ((size_t) (capacity - numReady()), 0.0f));
+    }
+};
+
+void runModelTest (CircularAudioBuffer& buffer, bool keepsTail)
+{
+    std::mt19937 rng (1234);
+    auto uniform = [&] (int lo, int hi) { return std::uniform_int_distribution<int> (lo, hi) (rng); };
+    auto values = [&] (int channels, int k)
+    {
+        Channels data ((size_t) channels, std::vector<float> ((size_t) k));
+        for (auto& ch : data)
+            for (auto& v : ch)
+                v = (float) uniform (-1000, 1000);
+        return data;
+    };
+
+    Model model (buffer.getNumChannels(), keepsTail);
+
+    for (int step = 0; step < 6000; ++step)
+    {
+        const int op = uniform (0, 9);
+        const int k = uniform (0, step % 500 == 0 ? 700 : 90);
+        const int channels = buffer.getNumChannels();
+        const int written = uniform (0, 9) == 0 ? uniform (1, channels + 1) : channels;
+        SCOPED_TRACE ("step " + std::to_string (step) + ", op " + std::to_string (op) + ", k " + std::to_string (k));
+
+        switch (op)
+        {
+            case 0:
+            case 1:
+            {
+                auto data = values (written, std::max (1, k));
+                const bool advance = op == 0;
+                EXPECT_EQ (buffer.write (pointers (data).data(), written, std::max (1, k), advance), model.put (data, written, advance, false));
+                break;
+            }
+            case 2:
+            case 3:
+            {
+                auto data = values (written, std::max (1, k));
+                const bool advance = op == 2;
+                EXPECT_EQ (buffer.add (pointers (data).data(), written, std::max (1, k), advance), model.put (data, written, advance, true));
+                break;
+            }
+            case 4:
+                buffer.writeSilence (k);
+                model.put (Channels ((size_t) channels, std::vector<float> ((size_t) k, 0.0f)), channels, true, false);
+                break;
+            case 5:
+            {
+                const int hop = std::min (k, (int) model.free[0].size());
+                buffer.advanceWrite (hop);
+                model.advanceWrite (hop);
+                break;
+            }
+            case 6:
+            {
+                Channels dest ((size_t) channels, std::vector<float> ((size_t) k, 42.0f));
+                auto ptrs = pointers (dest);
+                const int n = buffer.read (ptrs.data(), channels, k);
+                ASSERT_EQ (n, std::min (k, model.numReady()));
+                for (int c = 0; c < channels; ++c)
+                    for (int i = 0; i < k; ++i)
+                        ASSERT_EQ (dest[(size_t) c][(size_t) i], i < n ? model.ready[(size_t) c][(size_t) i] : 42.0f);
+                model.consume (n);
+                break;
+            }
+            case 7:
+                ASSERT_EQ (buffer.consume (k), model.consume (k));
+                break;
+            case 8:
+            {
+                buffer.clearReady (k);
+                for (auto& r : model.ready)
+                    std::fill_n (r.begin(), std::min (k, (int) r.size()), 0.0f);
+                break;
+            }
+            default:
+            {
+                if (uniform (0, 20) == 0)
+                {
+                    const int n = uniform (1, 4);
+                    buffer.setNumChannels (n);
+                    model.setNumChannels (n);
+                }
+                break;
+            }
+        }
+
+        ASSERT_EQ (buffer.getNumReady(), model.numReady());
+        ASSERT_EQ (buffer.getBufferSize(), model.capacity);
+        ASSERT_EQ (buffer.getWritePosition(), (buffer.getReadPosition() + buffer.getNumReady()) % buffer.getBufferSize());
+        auto all = peekAll (buffer);
+        for (size_t c = 0; c < all.size(); ++c)
+            ASSERT_TRUE (std::equal (all[c].begin(), all[c].end(), model.ready[c].begin()));
+    }
+}
+} // namespace
+
+TEST (DspCircularBuffer, MatchesDequeModelOverRandomOperations)
+{
+    CircularAudioBuffer plain (2);
+    runModelTest (plain, false);
+
+    OverlapAddBuffer overlapAdd (3);
+    runModelTest (overlapAdd, true);
+}

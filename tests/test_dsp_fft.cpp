@@ -1,0 +1,260 @@
+// FreqDomainOperator (the FFT engine), FftPlans (the shared kernels), FFTWindow and FreqDataStore.
+// Cases:
+//  - a forward-inverse pair is the identity to within 1e-12 in double, for all ten sizes, and
+//    returns float input unchanged to float precision;
+//  - the forward transform is unscaled: a cosine in bin k gives N / 2 there, a constant gives N
+//    at DC, and bins 0 and N / 2 come out real;
+//  - imaginary parts put into bins 0 and N / 2 have no effect on the inverse;
+//  - unsupported sizes (and a length other than the engine's) leave the output as it was;
+//    setFftSize moves the engine to the new size;
+//  - transforms of one size run on several threads at once and give the single-thread results;
+//  - windows: the five shapes are symmetric with their known end and centre values, any other
+//    type is all zero, applyTo multiplies every channel;
+//  - FreqDataStore: zeroed, channel after channel, FFT size numBins * 2 - 2, no storage for no bins.
+#include "dsp/FFTWindow.h"
+#include "dsp/FftPlans.h"
+#include "dsp/FreqDomainOperator.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <random>
+#include <thread>
+#include <vector>
+
+namespace
+{
+constexpr int supportedSizes[] = { 256, 512, 1024, 2048, 4096, 8192, 16384, 32768, 65536, 131072 };
+
+template <typename T>
+std::vector<T> noise (int n, unsigned seed)
+{
+    std::mt19937 rng (seed);
+    std::uniform_real_distribution<double> dist (-1.0, 1.0);
+    std::vector<T> v ((size_t) n);
+    for (auto& x : v)
+        x = (T) dist (rng);
+    return v;
+}
+} // namespace
+
+TEST (DspFft, ForwardInversePairIsTheIdentity)
+{
+    for (const int n : supportedSizes)
+    {
+        SCOPED_TRACE (n);
+        FreqDomainOperator fft (n);
+        const auto input = noise<double> (n, (unsigned) n);
+        std::vector<Complex> spectrum ((size_t) n / 2 + 1);
+        std::vector<double> output ((size_t) n, 99.0);
+
+        fft.forwardTransform (n, spectrum.data(), input.data());
+        fft.inverseTransform (n, spectrum.data(), output.data());
+
+        double worst = 0.0;
+        for (int i = 0; i < n; ++i)
+            worst = std::max (worst, std::abs (output[(size_t) i] - input[(size_t) i]));
+        EXPECT_LT (worst, 1e-12);
+    }
+
+    FreqDomainOperator fft (1024);
+    const auto input = noise<float> (1024, 7);
+    std::vector<Complex> spectrum (513);
+    std::vector<float> output (1024);
+    fft.forwardTransform (1024, spectrum.data(), input.data());
+    fft.inverseTransform (1024, spectrum.data(), output.data());
+    for (int i = 0; i < 1024; ++i)
+        ASSERT_NEAR (output[(size_t) i], input[(size_t) i], 1e-7);
+}
+
+TEST (DspFft, ForwardTransformIsUnscaledWithRealEndBins)
+{
+    const int n = 2048;
+    const int k = 37;
+    FreqDomainOperator fft (n);
+
+    std::vector<double> signal ((size_t) n);
+    for (int i = 0; i < n; ++i)
+        signal[(size_t) i] = 0.25 + std::cos (2.0 * juce::MathConstants<double>::pi * k * i / n) + ((i % 2) != 0 ? -0.5 : 0.5);
+
+    std::vector<Complex> spectrum ((size_t) n / 2 + 1, Complex { 5.0, 5.0 });
+    fft.forwardTransform (n, spectrum.data(), signal.data());
+
+    for (int bin = 0; bin <= n / 2; ++bin)
+    {
+        const double expected = bin == 0 ? 0.25 * n : bin == k ? n / 2.0 : bin == n / 2 ? 0.5 * n : 0.0;
+        ASSERT_NEAR (spectrum[(size_t) bin].re, expected, 1e-9) << "bin " << bin;
+        ASSERT_NEAR (spectrum[(size_t) bin].im, 0.0, 1e-9) << "bin " << bin;
+    }
+    EXPECT_EQ (spectrum[0].im, 0.0);
+    EXPECT_EQ (spectrum[(size_t) n / 2].im, 0.0);
+}
+
+TEST (DspFft, ImaginaryPartsOfDcAndNyquistAreIgnored)
+{
+    const int n = 512;
+    FreqDomainOperator fft (n);
+    const auto input = noise<float> (n, 3);
+    std::vector<Complex> spectrum ((size_t) n / 2 + 1);
+    fft.forwardTransform (n, spectrum.data(), input.data());
+
+    std::vector<float> clean ((size_t) n), dirty ((size_t) n);
+    fft.inverseTransform (n, spectrum.data(), clean.data());
+    spectrum[0].im = 123.0;
+    spectrum[(size_t) n / 2].im = -77.0;
+    fft.inverseTransform (n, spectrum.data(), dirty.data());
+
+    EXPECT_EQ (clean, dirty);
+}
+
+TEST (DspFft, UnsupportedSizesLeaveTheOutputAsItWas)
+{
+    for (const int n : { 0, 100, 128, 1000, 1536, 262144 })
+    {
+        SCOPED_TRACE (n);
+        EXPECT_FALSE (FftPlans::isSupportedSize (n));
+        FreqDomainOperator fft (n);
+        const auto input = noise<float> (std::max (n, 1), 5);
+        std::vector<Complex> spectrum ((size_t) std::max (n, 1) / 2 + 1, Complex { 3.0, -4.0 });
+        std::vector<float> output ((size_t) std::max (n, 1), 8.0f);
+
+        fft.forwardTransform (n, spectrum.data(), input.data());
+        fft.inverseTransform (n, spectrum.data(), output.data());
+        for (auto& bin : spectrum)
+            ASSERT_TRUE (bin.re == 3.0 && bin.im == -4.0);
+        for (float x : output)
+            ASSERT_EQ (x, 8.0f);
+    }
+
+    // A supported engine asked for another length does nothing either, until it is re-sized.
+    FreqDomainOperator fft (1024);
+    const auto input = noise<float> (2048, 5);
+    std::vector<Complex> spectrum (1025, Complex { 3.0, -4.0 });
+    fft.forwardTransform (2048, spectrum.data(), input.data());
+    EXPECT_EQ (spectrum[1].re, 3.0);
+
+    fft.setFftSize (2048);
+    EXPECT_EQ (fft.getFftSize(), 2048);
+    fft.forwardTransform (2048, spectrum.data(), input.data());
+    EXPECT_NE (spectrum[1].re, 3.0);
+    EXPECT_EQ (spectrum[0].im, 0.0);
+}
+
+TEST (DspFft, SeveralThreadsTransformAtOnce)
+{
+    constexpr int numThreads = 6;
+    constexpr int rounds = 300;
+    const int sizes[numThreads] = { 1024, 1024, 1024, 256, 4096, 1024 };
+
+    // Each thread's expected spectra and round trips, computed one thread at a time.
+    auto runThread = [&] (int t, std::vector<Complex>& spectraOut, std::vector<float>& timeOut)
+    {
+        const int n = sizes[t];
+        FreqDomainOperator fft (n);
+        std::vector<Complex> spectrum ((size_t) n / 2 + 1);
+        std::vector<float> back ((size_t) n);
+        spectraOut.clear();
+        timeOut.clear();
+        for (int r = 0; r < rounds; ++r)
+        {
+            const auto input = noise<float> (n, (unsigned) (t * 1000 + r));
+            fft.forwardTransform (n, spectrum.data(), input.data());
+            fft.inverseTransform (n, spectrum.data(), back.data());
+            spectraOut.push_back (spectrum[(size_t) r % spectrum.size()]);
+            timeOut.push_back (back[(size_t) r % back.size()]);
+        }
+    };
+
+    std::vector<Complex> expectedSpectra[numThreads], actualSpectra[numThreads];
+    std::vector<float> expectedTime[numThreads], actualTime[numThreads];
+    for (int t = 0; t < numThreads; ++t)
+        runThread (t, expectedSpectra[t], expectedTime[t]);
+
+    std::vector<std::thread> threads;
+    for (int t = 0; t < numThreads; ++t)
+        threads.emplace_back ([&, t] { runThread (t, actualSpectra[t], actualTime[t]); });
+    for (auto& thread : threads)
+        thread.join();
+
+    for (int t = 0; t < numThreads; ++t)
+    {
+        ASSERT_EQ (actualSpectra[t].size(), (size_t) rounds);
+        for (int r = 0; r < rounds; ++r)
+        {
+            ASSERT_EQ (actualSpectra[t][(size_t) r].re, expectedSpectra[t][(size_t) r].re);
+            ASSERT_EQ (actualSpectra[t][(size_t) r].im, expectedSpectra[t][(size_t) r].im);
+            ASSERT_EQ (actualTime[t][(size_t) r], expectedTime[t][(size_t) r]);
+        }
+    }
+}
+
+TEST (DspFftWindow, ShapesAreSymmetricWithKnownEndAndCentreValues)
+{
+    // type, value at both ends, value at the centre of an odd length.
+    struct Shape
+    {
+        int type;
+        double end, centre;
+    };
+    const Shape shapes[] = {
+        { 0, 1.0, 1.0 }, { 1, 0.07672, 1.0 }, { 2, 0.0, 1.0 }, { 3, 0.0, 1.0 }, { 4, 0.00006, 1.0 },
+    };
+
+    for (const auto& shape : shapes)
+    {
+        SCOPED_TRACE (shape.type);
+        const FFTWindow window (1025, shape.type);
+        const float* table = window.getTable();
+        EXPECT_NEAR (table[0], shape.end, 1e-7);
+        EXPECT_NEAR (table[1024], shape.end, 1e-7);
+        EXPECT_NEAR (table[512], shape.centre, 1e-6);
+        for (int n = 0; n < 1025; ++n)
+        {
+            ASSERT_NEAR (table[n], table[1024 - n], 1e-6) << n;
+            ASSERT_LE (table[n], table[512] + 1e-6f) << "peaks at the centre";
+        }
+    }
+
+    // The Hamming variant is 0.53836 / 0.46164, not 0.54 / 0.46: a quarter of the way in,
+    // cos x = 0 leaves exactly the constant term.
+    const FFTWindow hamming (1025, 1);
+    EXPECT_NEAR (hamming.getTable()[256], 0.53836, 1e-7);
+
+    for (const int type : { -1, 5, 7, 100 })
+    {
+        const FFTWindow none (256, type);
+        for (int n = 0; n < 256; ++n)
+            ASSERT_EQ (none.getTable()[n], 0.0f) << "type " << type;
+    }
+}
+
+TEST (DspFftWindow, ApplyToMultipliesEveryChannel)
+{
+    const FFTWindow hann (8, 2);
+    juce::AudioSampleBuffer frame (3, 10);
+    for (int c = 0; c < 3; ++c)
+        for (int n = 0; n < 10; ++n)
+            frame.setSample (c, n, 2.0f);
+
+    hann.applyTo (frame);
+    for (int c = 0; c < 3; ++c)
+    {
+        for (int n = 0; n < 8; ++n)
+            EXPECT_EQ (frame.getSample (c, n), 2.0f * hann.getTable()[n]);
+        EXPECT_EQ (frame.getSample (c, 8), 2.0f) << "samples past the window are left alone";
+    }
+}
+
+TEST (DspFftDataStore, LayoutAndSize)
+{
+    FreqDataStore<Complex> store (3, 1024);
+    EXPECT_EQ (store.getNumBins(), 513);
+    EXPECT_EQ (store.getFftSize(), 1024);
+    EXPECT_EQ (store.getChannel (2) - store.getData(), 2 * 513);
+    for (int i = 0; i < 3 * 513; ++i)
+        ASSERT_TRUE (store.getData()[i].re == 0.0 && store.getData()[i].im == 0.0);
+
+    FreqDataStore<Complex> empty (2, -2);
+    EXPECT_EQ (empty.getNumBins(), 0);
+    EXPECT_EQ (empty.getData(), nullptr);
+}

@@ -1,0 +1,145 @@
+// Denormal guard noise and the running average.
+// Cases:
+//  - the three process-wide generators start at 400, 405 and 411 and give the exact bit patterns
+//    of the LCG x = x * 1234567 + 890123 masked to (x & 0x9E7F0000) | 0x1E000000;
+//  - a DenormalNoise takes its generator's state and puts the advanced state back; values have
+//    both signs and a magnitude between 2^-67 and 2^-66;
+//  - with the noise added to its input, a float low-pass and an all-pass ringing out into a long
+//    silent tail never produce a subnormal sample (without it they do);
+//  - CRunningAverage is the mean of the last N inputs (of those so far while filling), matches a
+//    direct windowed mean over a long run, and its block form gives the per-sample results.
+#include "dsp/CRecursiveFilter.h"
+#include "dsp/CRunningAverage.h"
+#include "dsp/DenormalNoise.h"
+
+#include <gtest/gtest.h>
+
+#include <bit>
+#include <cmath>
+#include <deque>
+#include <random>
+#include <vector>
+
+namespace
+{
+// Saves a generator's shared state and puts it back, so the test does not disturb others.
+struct SavedNoiseState
+{
+    int source;
+    std::uint32_t state = DenormalNoise::load (source);
+    ~SavedNoiseState() { DenormalNoise::store (source, state); }
+};
+} // namespace
+
+TEST (DspNoise, GeneratorsGiveTheExactBitPatternsFromTheirSeeds)
+{
+    EXPECT_EQ (DenormalNoise::initialStates[0], 400u);
+    EXPECT_EQ (DenormalNoise::initialStates[1], 405u);
+    EXPECT_EQ (DenormalNoise::initialStates[2], 411u);
+
+    const std::uint32_t expected[3][3] = {
+        { 0x1E7C0000u, 0x9E2C0000u, 0x1E440000u },
+        { 0x1E5A0000u, 0x1E760000u, 0x9E5E0000u },
+        { 0x1E4B0000u, 0x1E020000u, 0x1E310000u },
+    };
+
+    for (int source = 0; source < DenormalNoise::numSources; ++source)
+    {
+        SavedNoiseState saved { source };
+        DenormalNoise::store (source, DenormalNoise::initialStates[source]);
+        {
+            DenormalNoise noise (source);
+            for (int i = 0; i < 3; ++i)
+                EXPECT_EQ (std::bit_cast<std::uint32_t> (noise.next()), expected[source][i]) << "source " << source << ", value " << i;
+        }
+        std::uint32_t state = DenormalNoise::initialStates[source];
+        for (int i = 0; i < 3; ++i)
+            state = state * 1234567u + 890123u;
+        EXPECT_EQ (DenormalNoise::load (source), state) << "the advanced state was stored back";
+    }
+}
+
+TEST (DspNoise, ValuesAreTinyWithBothSigns)
+{
+    SavedNoiseState saved { DenormalNoise::back };
+    DenormalNoise noise (DenormalNoise::back);
+    int negatives = 0;
+    for (int i = 0; i < 10000; ++i)
+    {
+        const float v = noise.next();
+        negatives += v < 0.0f ? 1 : 0;
+        ASSERT_GE (std::abs (v), std::ldexp (1.0f, -67));
+        ASSERT_LT (std::abs (v), std::ldexp (1.0f, -66));
+        ASSERT_EQ (std::fpclassify (v), FP_NORMAL);
+    }
+    EXPECT_GT (negatives, 4000);
+    EXPECT_LT (negatives, 6000);
+}
+
+TEST (DspNoise, KeepsALongSilentTailOutOfTheDenormalRange)
+{
+    SavedNoiseState saved { DenormalNoise::difference };
+
+    // An impulse, then ten seconds of silence at 48 kHz.
+    auto countSubnormals = [] (bool withNoise)
+    {
+        CRecursiveFilterBiquadLowPass<float> lowPass;
+        lowPass.setParameters (200.0f, 1.0f, 48000.0f, 1.0f);
+        CRecursiveAllPassWikipedia2<float> allPass;
+        allPass.setCoefficient (0.5f);
+
+        int subnormals = 0;
+        DenormalNoise noise (DenormalNoise::difference);
+        for (int n = 0; n < 480000; ++n)
+        {
+            const float x = n == 0 ? 1.0f : 0.0f;
+            const float a = lowPass.process (withNoise ? x + noise.next() : x);
+            const float b = allPass.process (withNoise ? a + noise.next() : a);
+            subnormals += (std::fpclassify (a) == FP_SUBNORMAL) + (std::fpclassify (b) == FP_SUBNORMAL);
+        }
+        return subnormals;
+    };
+
+    EXPECT_GT (countSubnormals (false), 0) << "without the noise the tail does sink into subnormals";
+    EXPECT_EQ (countSubnormals (true), 0);
+}
+
+TEST (DspRunningAverage, IsTheMeanOfTheLastWindow)
+{
+    CRunningAverage<float, double> average (4, 16);
+    EXPECT_EQ (average.getAverage(), 0.0);
+    EXPECT_DOUBLE_EQ (average.process (4.0f), 4.0) << "while filling: the mean so far";
+    EXPECT_DOUBLE_EQ (average.process (2.0f), 3.0);
+    EXPECT_DOUBLE_EQ (average.process (0.0f), 2.0);
+    EXPECT_DOUBLE_EQ (average.process (6.0f), 3.0);
+    EXPECT_DOUBLE_EQ (average.process (8.0f), 4.0) << "the 4 has left the window";
+    EXPECT_EQ (average.getCount(), 4);
+
+    // A long random run against a direct windowed mean.
+    const int window = 300;
+    CRunningAverage<float, double> running (window, 512);
+    std::deque<float> last;
+    std::mt19937 rng (5);
+    std::uniform_real_distribution<float> dist (-1000.0f, 1000.0f);
+    std::vector<float> block (512);
+    for (int b = 0; b < 400; ++b)
+    {
+        for (auto& x : block)
+            x = dist (rng) + (b % 50 == 0 ? 1e6f : 0.0f);
+        const double* means = running.processBlock (block.data(), (int) block.size());
+        for (size_t i = 0; i < block.size(); ++i)
+        {
+            last.push_back (block[i]);
+            if ((int) last.size() > window)
+                last.pop_front();
+            double sum = 0.0;
+            for (float x : last)
+                sum += x;
+            ASSERT_NEAR (means[i], sum / (double) last.size(), 1e-9 * (1.0 + std::abs (sum / (double) last.size())) + 1e-7) << "block " << b << ", sample " << i;
+        }
+    }
+
+    running.reset();
+    EXPECT_EQ (running.getCount(), 0);
+    EXPECT_EQ (running.getAverage(), 0.0);
+}
