@@ -1,0 +1,103 @@
+#include "app/UpmixCommandLine.h"
+#include "app/UpmixRenderer.h"
+
+#include <CLI/CLI.hpp>
+#include <juce_events/juce_events.h>
+
+#include <cstdio>
+#include <unistd.h>
+
+namespace UpmixCommandLine
+{
+    namespace
+    {
+        void printProgress (double fraction)
+        {
+            static int lastPercent = -1;
+            const int percent = (int) (fraction * 100.0);
+            if (percent == lastPercent)
+                return;
+            lastPercent = percent;
+            constexpr int width = 40;
+            const int filled = (int) (fraction * width);
+            std::fprintf (stderr, "\r  [%s%s] %3d%%", std::string ((size_t) filled, '#').c_str(),
+                          std::string ((size_t) (width - filled), '-').c_str(), percent);
+            std::fflush (stderr);
+        }
+
+        void printReport (const UpmixRenderer::Options& options, const UpmixRenderer::Result& r)
+        {
+            std::printf ("Wrote %s\n", options.output.getFullPathName().toRawUTF8());
+            std::printf ("  %s upmix, %d channels, %.0f Hz, %s, %.2f s (from %d input channel%s)\n",
+                         r.layout.toRawUTF8(), (int) r.channels.size(), r.sampleRate,
+                         options.bits == 32 ? "32-bit float" : (juce::String (options.bits) + "-bit PCM").toRawUTF8(),
+                         (double) r.numSamples / r.sampleRate, r.numInputChannels, r.numInputChannels == 1 ? "" : "s");
+            std::printf ("\n  %-8s %10s %10s\n", "Channel", "Peak dBFS", "RMS dBFS");
+            for (const auto& c : r.channels)
+            {
+                auto fmt = [] (double db) { return db <= -200.0 ? juce::String ("-inf") : juce::String (db, 1); };
+                std::printf ("  %-8s %10s %10s\n", c.name.toRawUTF8(), fmt (c.peakDb).toRawUTF8(), fmt (c.rmsDb).toRawUTF8());
+            }
+        }
+
+        int fail (const std::string& message, int code)
+        {
+            std::fprintf (stderr, "orrin-upmix: error: %s\n", message.c_str());
+            return code;
+        }
+    }
+
+    int run (int argc, char** argv)
+    {
+        CLI::App app { "Orrin Upmix: renders a stereo (or 1 to 10 channel) audio file to a 5.1, 7.1, 7.1.2 or 7.1.4 WAV file.", "orrin-upmix" };
+        std::string input, output, layout = "7.1.2";
+        std::vector<std::string> settings;
+        int bits = 32;
+        bool quiet = false;
+        app.add_option ("INPUT", input, "Input audio file (WAV, AIFF, FLAC or OGG)")->required();
+        app.add_option ("OUTPUT", output, "Output WAV file")->required();
+        app.add_option ("--layout", layout, "Output layout: 5.1, 7.1, 7.1.2 (default) or 7.1.4");
+        app.add_option ("--set", settings, "Parameter setting Key=value: value normalised 0..1, or in the parameter's unit (120Hz, -3dB, 50%, On, a choice)");
+        app.add_option ("--bits", bits, "Output sample format: 16, 24 or 32 (float, default)");
+        app.add_flag ("--quiet", quiet, "No progress bar and no report");
+
+        try
+        {
+            app.parse (argc, argv);
+        }
+        catch (const CLI::CallForHelp&)
+        {
+            std::printf ("%s", app.help().c_str());
+            return 0;
+        }
+        catch (const CLI::ParseError& e)
+        {
+            return fail (e.what(), 2);
+        }
+
+        juce::ScopedJuceInitialiser_GUI juceInit;
+
+        UpmixRenderer::Options options;
+        const auto cwd = juce::File::getCurrentWorkingDirectory();
+        options.input = cwd.getChildFile (juce::String (input));
+        options.output = cwd.getChildFile (juce::String (output));
+        options.layout = layout;
+        options.bits = bits;
+        for (const auto& s : settings)
+            options.settings.push_back (juce::String (s));
+
+        const bool showProgress = ! quiet && isatty (fileno (stderr));
+        if (showProgress)
+            options.progress = printProgress;
+
+        const auto result = UpmixRenderer::render (options);
+        if (showProgress)
+            std::fprintf (stderr, "\n");
+        if (! result.ok())
+            return fail (result.error.toStdString(), 1);
+
+        if (! quiet)
+            printReport (options, result);
+        return 0;
+    }
+}

@@ -1,0 +1,215 @@
+#include "app/UpmixRenderer.h"
+#include "processor/KaChannelRouting.h"
+#include "processor/UpmixerProcessor.h"
+
+#include <cmath>
+
+namespace
+{
+    using Set = juce::AudioChannelSet;
+    using T = juce::AudioChannelSet::ChannelType;
+    using namespace KaChannelRouting;
+
+    struct Layout
+    {
+        const char* name;
+        Set pluginSet;                 // what the processor's output bus is set to
+        std::vector<T> wavTypes;       // WAV speaker of each file channel, in mask-bit order
+        std::vector<int> wavKinds;     // the channel kind each file channel carries
+    };
+
+    std::vector<Layout> layouts()
+    {
+        // WAVE_FORMAT_EXTENSIBLE orders channels by speaker bit: back (rear) surrounds come
+        // before side surrounds, and there are no top-side bits, so the first height pair is
+        // written as top front.
+        return {
+            { "5.1", Set::create5point1(),
+              { T::left, T::right, T::centre, T::LFE, T::leftSurroundSide, T::rightSurroundSide },
+              { kindL, kindR, kindC, kindLfe, kindLs, kindRs } },
+            { "7.1", Set::create7point1(),
+              { T::left, T::right, T::centre, T::LFE, T::leftSurround, T::rightSurround, T::leftSurroundSide, T::rightSurroundSide },
+              { kindL, kindR, kindC, kindLfe, kindLsr, kindRsr, kindLs, kindRs } },
+            { "7.1.2", Set::create7point1point2(),
+              { T::left, T::right, T::centre, T::LFE, T::leftSurround, T::rightSurround, T::leftSurroundSide, T::rightSurroundSide,
+                T::topFrontLeft, T::topFrontRight },
+              { kindL, kindR, kindC, kindLfe, kindLsr, kindRsr, kindLs, kindRs, kindLts, kindRts } },
+            { "7.1.4", Set::create7point1point4(),
+              { T::left, T::right, T::centre, T::LFE, T::leftSurround, T::rightSurround, T::leftSurroundSide, T::rightSurroundSide,
+                T::topFrontLeft, T::topFrontRight, T::topRearLeft, T::topRearRight },
+              { kindL, kindR, kindC, kindLfe, kindLsr, kindRsr, kindLs, kindRs, kindLts, kindRts, kindTrl, kindTrr } },
+        };
+    }
+
+    juce::AudioChannelSet inputSetFor (int numChannels)
+    {
+        if (numChannels == 1)
+            return Set::mono();
+        if (numChannels == 2)
+            return Set::stereo();
+        return Set::discreteChannels (numChannels);
+    }
+
+    juce::String applySetting (UpmixerProcessor& processor, const juce::String& setting)
+    {
+        const auto key = setting.upToFirstOccurrenceOf ("=", false, false).trim();
+        const auto text = setting.fromFirstOccurrenceOf ("=", false, false).trim();
+        if (! setting.contains ("=") || key.isEmpty())
+            return "--set expects Key=value, got '" + setting + "'";
+
+        const auto* info = processor.getParameterTable().findByKey (key);
+        if (info == nullptr || info->number >= processor.getParameterTable().getNumHostParameters())
+            return "unknown parameter key '" + key + "'";
+
+        const auto value = info->textToValue (text);
+        if (! value.has_value())
+            return "value '" + text + "' for " + key + " is not valid or out of range (range: "
+                   + info->valueToText (0.0f) + " to " + info->valueToText (1.0f) + ")";
+
+        processor.setParameterNotifyingHost (info->number, *value, false);
+        return {};
+    }
+
+    double toDb (double x) { return x > 1.0e-10 ? 20.0 * std::log10 (x) : -200.0; }
+}
+
+juce::StringArray UpmixRenderer::layoutNames()
+{
+    juce::StringArray names;
+    for (const auto& l : layouts())
+        names.add (l.name);
+    return names;
+}
+
+UpmixRenderer::Result UpmixRenderer::render (const Options& options)
+{
+    Result result;
+    const auto all = layouts();
+    const auto layoutIt = std::find_if (all.begin(), all.end(), [&] (const Layout& l) { return options.layout == l.name; });
+    if (layoutIt == all.end())
+        return result.error = "unknown layout '" + options.layout + "' (use " + layoutNames().joinIntoString (", ") + ")", result;
+    const auto& layout = *layoutIt;
+    result.layout = layout.name;
+
+    if (! options.input.existsAsFile())
+        return result.error = "cannot read '" + options.input.getFullPathName() + "': no such file", result;
+    if (options.input == options.output)
+        return result.error = "the output would overwrite the input '" + options.input.getFullPathName() + "'", result;
+    if (options.bits != 16 && options.bits != 24 && options.bits != 32)
+        return result.error = "--bits must be 16, 24 or 32", result;
+    if (! options.output.hasFileExtension ("wav"))
+        return result.error = "the output must be a .wav file: '" + options.output.getFullPathName() + "'", result;
+
+    juce::AudioFormatManager formats;
+    formats.registerBasicFormats();
+    std::unique_ptr<juce::AudioFormatReader> reader (formats.createReaderFor (options.input));
+    if (reader == nullptr || reader->lengthInSamples <= 0 || reader->sampleRate <= 0.0)
+        return result.error = "cannot read '" + options.input.getFullPathName() + "': not a readable audio file", result;
+
+    const int numIn = (int) reader->numChannels;
+    if (numIn < 1 || numIn > 10)
+        return result.error = "the input has " + juce::String (numIn) + " channels; 1 to 10 are supported", result;
+    result.numInputChannels = numIn;
+    result.sampleRate = reader->sampleRate;
+    result.numSamples = reader->lengthInSamples;
+
+    UpmixerProcessor processor;
+    processor.setHostPath ("orrin-upmix");
+    processor.setNonRealtime (true);
+    juce::AudioProcessor::BusesLayout buses;
+    buses.inputBuses.add (inputSetFor (numIn));
+    buses.outputBuses.add (layout.pluginSet);
+    if (! processor.setBusesLayout (buses))
+        return result.error = "the processor refused the layout " + options.layout, result;
+
+    for (const auto& setting : options.settings)
+        if (const auto error = applySetting (processor, setting); error.isNotEmpty())
+            return result.error = error, result;
+
+    const int block = juce::jlimit (1, 8192, options.blockSize);
+    processor.prepareToPlay (reader->sampleRate, block);
+    processor.runHousekeeping();
+    const int latency = processor.getLatencySamples();
+    result.latencySamples = latency;
+
+    const int numOut = layout.pluginSet.size();
+    const int routing = processor.getCurrentRouting();
+
+    if (! options.output.getParentDirectory().isDirectory())
+        return result.error = "cannot write '" + options.output.getFullPathName() + "': no such folder", result;
+    juce::TemporaryFile temp (options.output);
+    std::unique_ptr<juce::AudioFormatWriter> writer;
+    {
+        auto stream = std::make_unique<juce::FileOutputStream> (temp.getFile());
+        if (! stream->openedOk())
+            return result.error = "cannot write '" + options.output.getFullPathName() + "': " + stream->getStatus().getErrorMessage(), result;
+        juce::AudioChannelSet wavSet;
+        for (auto type : layout.wavTypes)
+            wavSet.addChannel (type);
+        juce::WavAudioFormat wav;
+        writer.reset (wav.createWriterFor (stream.get(), reader->sampleRate, wavSet, options.bits, {}, 0));
+        if (writer == nullptr)
+            return result.error = "cannot write a " + juce::String (options.bits) + "-bit WAV file at this sample rate", result;
+        stream.release();
+    }
+
+    const int numBufferChannels = juce::jmax (numIn, numOut);
+    juce::AudioBuffer<float> buffer (numBufferChannels, block);
+    juce::AudioBuffer<float> fileBlock (numOut, block);
+    juce::MidiBuffer midi;
+    std::vector<double> peak ((size_t) numOut, 0.0), sumSquares ((size_t) numOut, 0.0);
+
+    const juce::int64 total = reader->lengthInSamples;
+    juce::int64 written = 0;
+    for (juce::int64 position = 0; written < total; position += block)
+    {
+        buffer.clear();
+        if (position < total)
+        {
+            const int toRead = (int) juce::jmin<juce::int64> (block, total - position);
+            if (! reader->read (&buffer, 0, toRead, position, true, true))
+                return result.error = "reading '" + options.input.getFullPathName() + "' failed", result;
+            for (int ch = numIn; ch < numBufferChannels; ++ch)
+                buffer.clear (ch, 0, block);
+        }
+        processor.processBlock (buffer, midi);
+
+        // Drop the first `latency` samples so that the output lines up with the input.
+        const juce::int64 outStart = position - latency;
+        const int skip = (int) juce::jlimit<juce::int64> (0, block, -outStart);
+        const int count = (int) juce::jmin<juce::int64> (block - skip, total - written);
+        if (count <= 0)
+            continue;
+
+        for (int i = 0; i < numOut; ++i)
+        {
+            const int from = hostPositionOfKind (routing, layout.wavKinds[(size_t) i]);
+            if (from >= 0 && from < numOut)
+                fileBlock.copyFrom (i, 0, buffer, from, skip, count);
+            else
+                fileBlock.clear (i, 0, count);
+            const float* data = fileBlock.getReadPointer (i);
+            for (int s = 0; s < count; ++s)
+            {
+                peak[(size_t) i] = std::max (peak[(size_t) i], (double) std::abs (data[s]));
+                sumSquares[(size_t) i] += (double) data[s] * data[s];
+            }
+        }
+        if (! writer->writeFromAudioSampleBuffer (fileBlock, 0, count))
+            return result.error = "writing '" + options.output.getFullPathName() + "' failed (disk full?)", result;
+        written += count;
+
+        if (options.progress)
+            options.progress ((double) written / (double) total);
+    }
+
+    writer.reset();  // finishes the file's header
+    if (! temp.overwriteTargetFileWithTemporary())
+        return result.error = "cannot write '" + options.output.getFullPathName() + "'", result;
+
+    for (int i = 0; i < numOut; ++i)
+        result.channels.push_back ({ kindName (layout.wavKinds[(size_t) i], routing),
+                                     toDb (peak[(size_t) i]),
+                                     toDb (std::sqrt (sumSquares[(size_t) i] / (double) juce::jmax<juce::int64> (1, total))) });
+    return result;
+}

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <juce_audio_formats/juce_audio_formats.h>
+
+#include <functional>
+#include <vector>
+
+/** Renders an audio file through the same processor the plug-in uses and writes a multichannel
+    WAV file (WAVE_FORMAT_EXTENSIBLE with the layout's channel mask).
+
+    The output lines up with the input sample for sample (the processor's latency is removed and
+    its tail flushed), and is written to a temporary file beside the target that is renamed only
+    when everything succeeded: a failed render never leaves a partial file. */
+class UpmixRenderer
+{
+public:
+    struct Options
+    {
+        juce::File input;
+        juce::File output;
+        juce::String layout = "7.1.2";
+        std::vector<juce::String> settings;  // "Key=value", applied in order
+        int bits = 32;                       // 16, 24, or 32 (float)
+        int blockSize = 1024;
+        std::function<void (double)> progress;  // 0..1
+    };
+
+    struct ChannelStats
+    {
+        juce::String name;
+        double peakDb = -200.0;
+        double rmsDb = -200.0;
+    };
+
+    struct Result
+    {
+        juce::String error;  // empty on success
+        juce::String layout;
+        int numInputChannels = 0;
+        double sampleRate = 0.0;
+        juce::int64 numSamples = 0;
+        int latencySamples = 0;
+        std::vector<ChannelStats> channels;
+        bool ok() const { return error.isEmpty(); }
+    };
+
+    /** The layouts the renderer writes: "5.1", "7.1", "7.1.2", "7.1.4". */
+    static juce::StringArray layoutNames();
+
+    static Result render (const Options& options);
+};

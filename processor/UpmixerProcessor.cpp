@@ -1,0 +1,553 @@
+#include "processor/UpmixerProcessor.h"
+#include "engine/UpmixerDownmix.h"
+#include "processor/KaChannelRouting.h"
+#include "processor/KaHostDetection.h"
+#include "processor/KaLog.h"
+#include "processor/UpmixerParameters.h"
+#include "processor/UpmixerSessionState.h"
+
+#include <cmath>
+
+using namespace UpmixerParam;
+namespace Routing_ = KaChannelRouting;
+
+std::function<juce::AudioProcessorEditor* (UpmixerProcessor&)> UpmixerProcessor::editorFactory;
+
+namespace
+{
+    constexpr int minBlockAllocation = 512;
+
+    /** The channel kind of a JUCE channel type, or -1. JUCE delivers every format in its own
+        order; the type names the speaker. */
+    int kindOf (juce::AudioChannelSet::ChannelType type) noexcept
+    {
+        using T = juce::AudioChannelSet::ChannelType;
+        switch (type)
+        {
+            case T::left: return Routing_::kindL;
+            case T::right: return Routing_::kindR;
+            case T::centre: return Routing_::kindC;
+            case T::LFE: return Routing_::kindLfe;
+            case T::leftSurround: case T::leftSurroundSide: return Routing_::kindLs;
+            case T::rightSurround: case T::rightSurroundSide: return Routing_::kindRs;
+            case T::leftSurroundRear: return Routing_::kindLsr;
+            case T::rightSurroundRear: return Routing_::kindRsr;
+            case T::topSideLeft: case T::topFrontLeft: return Routing_::kindLts;
+            case T::topSideRight: case T::topFrontRight: return Routing_::kindRts;
+            case T::topRearLeft: return Routing_::kindTrl;
+            case T::topRearRight: return Routing_::kindTrr;
+            default: return -1;
+        }
+    }
+
+    float dbToGain (float db) noexcept { return db > 200.0f ? 1.0e10f : std::exp (db * std::log (10.0f) / 20.0f); }
+
+    float levelGain (const KaParameterTable& t, int number) noexcept
+    {
+        return dbToGain (t.info (number)->toUnit (t.get (number)));
+    }
+
+    /** Multiplies a run by a gain ramping linearly from g0 to g1 (skipped when both are 1). */
+    void applyRamp (float* samples, int n, float g0, float g1) noexcept
+    {
+        if (g0 == 1.0f && g1 == 1.0f)
+            return;
+        const float step = n > 0 ? (g1 - g0) / (float) n : 0.0f;
+        float g = g0;
+        for (int i = 0; i < n; ++i, g += step)
+            samples[i] *= g;
+    }
+
+    /** Input-mute groups for input counts below 6 (stereo has its own two mutes): how many
+        consecutive input channels take MuteSourceMulti0, 1 and 2. */
+    constexpr int muteGroupSlots[6][3] = { { 0, 0, 0 }, { 1, 0, 0 }, { 0, 0, 0 }, { 1, 1, 1 }, { 2, 0, 2 }, { 2, 1, 2 } };
+
+    /** Host input orders selectable by InputMixType for six discrete input channels. */
+    constexpr int inputOrders[4][6] = {
+        { 0, 2, 1, 4, 5, 3 },  // Auto for discrete 6: L C R Ls Rs LFE
+        { 0, 1, 2, 3, 4, 5 },  // L R C LFE Ls Rs
+        { 0, 2, 1, 4, 5, 3 },  // L C R Ls Rs LFE
+        { 0, 1, 4, 5, 2, 3 },  // L R Ls Rs C LFE
+    };
+
+    /** Roles of discrete input channels by count (the engine's native input orders). */
+    constexpr int discreteRoles[11][10] = {
+        {}, { 0 }, { 0, 1 }, { 0, 2, 1 }, { 0, 1, 4, 5 }, { 0, 1, 2, 4, 5 }, { 0, 2, 1, 4, 5, 3 },
+        { 0, 2, 1, 4, 5, 6, 7 }, { 0, 2, 1, 4, 5, 6, 7, 3 }, { 0, 2, 1, 4, 5, 6, 7, 8, 9 },
+        { 0, 2, 1, 4, 5, 6, 7, 3, 8, 9 },
+    };
+}
+
+UpmixerProcessor::UpmixerProcessor()
+    : KaJuceProcessorBase (BusesProperties()
+                               .withInput ("Input", juce::AudioChannelSet::stereo(), true)
+                               .withOutput ("5.1", juce::AudioChannelSet::create5point1(), true))
+{
+    registerParameters (createParameterInfos());
+
+    for (int i = 0; i < KaProfiler::maxItems; ++i)
+        profiler.registerItem (i, nullptr);
+
+    buildLayout (nullptr, getTotalNumInputChannels(), getTotalNumOutputChannels());
+    resolveRouting();
+    m_upmixerAlgo.prepare (this, 48000.0f);
+    checkNumInputChannels();
+}
+
+UpmixerProcessor::~UpmixerProcessor() = default;
+
+juce::AudioProcessorEditor* UpmixerProcessor::createEditor()
+{
+    return editorFactory != nullptr ? editorFactory (*this) : nullptr;
+}
+
+bool UpmixerProcessor::isBusesLayoutSupported (const BusesLayout& layouts) const
+{
+    const auto in = layouts.getMainInputChannelSet();
+    const auto out = layouts.getMainOutputChannelSet();
+    const int numIn = in.size();
+    if (numIn < 1 || numIn > 10)
+        return false;
+    return out == juce::AudioChannelSet::create5point1() || out == juce::AudioChannelSet::create7point1()
+           || out == juce::AudioChannelSet::create7point1point2() || out == juce::AudioChannelSet::create7point1point4();
+}
+
+void UpmixerProcessor::numChannelsChanged()
+{
+    const auto buses = getBusesLayout();
+    buildLayout (&buses, getTotalNumInputChannels(), getTotalNumOutputChannels());
+    resolveRouting();
+    checkNumInputChannels();
+}
+
+void UpmixerProcessor::buildLayout (const BusesLayout* buses, int numIn, int numOut) noexcept
+{
+    layout.numInputs = juce::jlimit (0, maxChannels, numIn);
+    layout.numOutputs = numOut;
+    layout.inputKinds.fill (-1);
+    layout.deliveredRouting = -1;
+
+    engineOutputs = numOut <= 6 ? 6 : numOut <= 8 ? 8 : numOut <= 10 ? 10 : 12;
+    numOverheads = engineOutputs - 8 > 0 ? engineOutputs - 8 : 0;
+
+    // Output: the routing whose order matches the speakers JUCE hands over.
+    std::array<int, maxChannels> outKinds {};
+    bool typed = buses != nullptr && buses->getMainOutputChannelSet().size() == numOut && numOut <= maxChannels;
+    for (int i = 0; typed && i < numOut; ++i)
+    {
+        outKinds[(size_t) i] = kindOf (buses->getMainOutputChannelSet().getTypeOfChannel (i));
+        typed = outKinds[(size_t) i] >= 0;
+    }
+    if (! typed)
+        for (int i = 0; i < maxChannels; ++i)
+            outKinds[(size_t) i] = i;  // JUCE's order of 5.1 .. 7.1.4 is L R C LFE Ls Rs Lsr Rsr then heights
+    layout.deliveredRouting = Routing_::routingMatchingKinds (outKinds.data(), juce::jmin (numOut, maxChannels));
+
+    // Input: named speakers by their type; discrete channels in the engine's native orders.
+    const int n = juce::jmin (layout.numInputs, 10);
+    bool inputTyped = buses != nullptr && buses->getMainInputChannelSet().size() == n && ! buses->getMainInputChannelSet().isDiscreteLayout();
+    for (int i = 0; inputTyped && i < n; ++i)
+    {
+        layout.inputKinds[(size_t) i] = kindOf (buses->getMainInputChannelSet().getTypeOfChannel (i));
+        inputTyped = layout.inputKinds[(size_t) i] >= 0;
+    }
+    if (n == 1)
+        layout.inputKinds[0] = Routing_::kindL;  // mono feeds L and R alike (see copyInputsToEngine)
+    else if (! inputTyped)
+        for (int i = 0; i < n; ++i)
+            layout.inputKinds[(size_t) i] = discreteRoles[n][i];
+    layout.inputKinds[(size_t) n] = -1;
+}
+
+void UpmixerProcessor::resolveRouting() noexcept
+{
+    const auto& t = getParameterTable();
+    const int width = engineOutputs;
+    const int defaultNumber = width <= 6 ? RoutingDefault : width <= 8 ? RoutingDefault_7_1 : width <= 10 ? RoutingDefault_7_1_2 : -1;
+    const int defaultSetting = defaultNumber >= 0 ? t.getChoice (defaultNumber) : -1;
+
+    const auto resolved = Routing_::resolveRouting (width, t.getChoice (Routing), defaultSetting,
+                                                   getPluginTypeNumber(), layout.deliveredRouting);
+    currentRouting.store (resolved.routing, std::memory_order_relaxed);
+    if (resolved.storeBack && getParameterTable().getChoice (Routing) != resolved.routing)
+    {
+        getParameterTable().set (Routing, KaParameterTable::valueOfChoice (resolved.routing));
+        queueHostNotification (Routing);
+    }
+}
+
+void UpmixerProcessor::checkNumInputChannels()
+{
+    m_nTrackNumInputChannels = getTotalNumInputChannels();
+    m_upmixerAlgo.setNumInputChannels (m_nTrackNumInputChannels);
+    KaLog::write ("UpmixerProcessor::checkNumInputChannels: m_nTrackNumInputChannels=" + juce::String (m_nTrackNumInputChannels)
+                  + ", m_upmixerAlgo.m_nUpmixerNumInputChannels=" + juce::String (m_upmixerAlgo.m_nUpmixerNumInputChannels));
+}
+
+juce::String UpmixerProcessor::getOutputBusName() const
+{
+    if (engineOutputs == 8)
+        return "7.1";
+    if (engineOutputs == 10 || engineOutputs == 12)
+        return "Overheads";
+    return "5.1";
+}
+
+int UpmixerProcessor::computeLatency() const noexcept
+{
+    constexpr int frame = UpmixerAlgo::frameLength;
+    return sendSelector != -1 ? 4096 : frame + frame / 2;
+}
+
+void UpmixerProcessor::setSendSelector (int selector)
+{
+    sendSelector = selector;
+    updateLatency();
+}
+
+void UpmixerProcessor::updateLatency()
+{
+    const int latency = computeLatency();
+    if (latency == reportedLatency)
+        return;
+
+    reportedLatency = latency;
+    setLatencySamples (latency);
+    constexpr int frame = UpmixerAlgo::frameLength;
+    const int sendDelaySamples = KaHostDetection::isNuendo (getHostPath()) ? 0 : latency - (frame + frame / 2);
+    for (auto& d : sendDelay)
+    {
+        d.setDelay (sendDelaySamples);
+        d.clear();
+    }
+}
+
+void UpmixerProcessor::prepareToPlay (double sampleRate, int maximumExpectedSamplesPerBlock)
+{
+    currentSampleRate = sampleRate > 0.0 ? sampleRate : 48000.0;
+    maxBlock = juce::jlimit (minBlockAllocation, 8192, maximumExpectedSamplesPerBlock);
+
+    engineBuffer.setSize (maxChannels, maxBlock);
+    sourceBuffer.setSize (maxChannels, maxBlock);
+    downmixBuffer.setSize (2, maxBlock);
+    deltaBuffer.setSize (2, maxBlock);
+
+    const int latency = UpmixerAlgo::getLatencySamples();
+    for (int ch = 0; ch < maxChannels; ++ch)
+    {
+        inputDelay[(size_t) ch].setMaxDelay (latency);
+        sourceDelay[(size_t) ch].setMaxDelay (latency);
+        sourceDelay[(size_t) ch].setDelay (latency);
+        sendDelay[(size_t) ch].setMaxDelay (4096);
+    }
+    inputGain.fill (1.0f);
+    outputGain.fill (1.0f);
+    monitor.reset (UpmixerMonitor::selectMode (getParameterTable()));
+
+    const auto buses = getBusesLayout();
+    buildLayout (&buses, getTotalNumInputChannels(), getTotalNumOutputChannels());
+    resolveRouting();
+    m_upmixerAlgo.prepare (this, (float) currentSampleRate);
+    checkNumInputChannels();
+
+    reportedLatency = -1;
+    updateLatency();
+}
+
+void UpmixerProcessor::releaseResources() {}
+
+void UpmixerProcessor::processBlock (juce::AudioBuffer<float>& buffer, juce::MidiBuffer&)
+{
+    processWholeBlock (buffer, false);
+}
+
+void UpmixerProcessor::processBlockBypassed (juce::AudioBuffer<float>& buffer, juce::MidiBuffer&)
+{
+    // The host's own bypass plays the time-aligned source, as the Bypass parameter does.
+    processWholeBlock (buffer, true);
+}
+
+void UpmixerProcessor::processWholeBlock (juce::AudioBuffer<float>& buffer, bool bypassed) noexcept
+{
+    juce::ScopedNoDenormals noDenormals;
+    markStarted();
+
+    const int numSamples = buffer.getNumSamples();
+    const int numChannels = buffer.getNumChannels();
+    if (numSamples <= 0 || numChannels <= 0 || maxBlock <= 0)
+        return;
+
+    // A host may change its channel count without preparing again; the layout follows.
+    if (getTotalNumInputChannels() != layout.numInputs || getTotalNumOutputChannels() != layout.numOutputs)
+        buildLayout (nullptr, getTotalNumInputChannels(), getTotalNumOutputChannels());
+    resolveRouting();
+
+    std::array<float*, 64> channels {};
+    const int numHost = juce::jmin (numChannels, (int) channels.size());
+    for (int done = 0; done < numSamples; done += maxBlock)
+    {
+        const int n = juce::jmin (maxBlock, numSamples - done);
+        for (int ch = 0; ch < numHost; ++ch)
+            channels[(size_t) ch] = buffer.getWritePointer (ch, done);
+        processChunk (channels.data(), numHost, n, bypassed);
+    }
+}
+
+void UpmixerProcessor::applyInputTrims (float* const* host, int numInputs, int numSamples) noexcept
+{
+    const auto& t = getParameterTable();
+    for (int ch = 0; ch < numInputs && ch < maxChannels; ++ch)
+    {
+        int muteParameter = -1;
+        if (numInputs == 2)
+            muteParameter = ch == 0 ? MuteSource0 : MuteSource1;
+        else if (numInputs < 6)
+        {
+            int channel = 0;
+            for (int group = 0; group < 3 && muteParameter < 0; ++group)
+                for (int slot = 0; slot < muteGroupSlots[numInputs][group]; ++slot, ++channel)
+                    if (channel == ch)
+                        muteParameter = MuteSourceMulti0 + group;
+        }
+
+        // Stereo has a trim per side; every other input count shares one trim on purpose.
+        float gain = levelGain (t, numInputs == 2 && ch == 1 ? TrimSource1 : TrimSource0);
+        if (muteParameter >= 0 && t.isOn (muteParameter))
+            gain = 0.0f;
+
+        applyRamp (host[ch], numSamples, inputGain[(size_t) ch], gain);
+        inputGain[(size_t) ch] = gain;
+    }
+}
+
+void UpmixerProcessor::copyInputsToEngine (float* const* host, int numInputs, int numSamples) noexcept
+{
+    const int routing = getCurrentRouting();
+    const int mixType = getParameterTable().getChoice (InputMixType);
+    engineBuffer.clear (0, numSamples);
+
+    for (int i = 0; i < numInputs && i < maxChannels; ++i)
+    {
+        int kind = layout.inputKinds[(size_t) i];
+        if (numInputs == 6 && mixType > 0 && mixType < 4)
+            kind = inputOrders[mixType][i];
+        if (kind < 0)
+            break;
+
+        const int target = Routing_::hostPositionOfKind (routing, kind);
+        if (target < 0 || target >= maxChannels)
+            continue;
+
+        float* dst = engineBuffer.getWritePointer (target);
+        auto& delay = inputDelay[(size_t) target];
+        const float* src = host[i];
+        for (int s = 0; s < numSamples; ++s)
+        {
+            // Non-finite input would poison every recursive filter downstream for good.
+            const float x = std::isfinite (src[s]) ? src[s] : 0.0f;
+            dst[s] = delay.process (x);
+        }
+
+        if (numInputs == 1)
+        {
+            const int right = Routing_::hostPositionOfKind (routing, Routing_::kindR);
+            if (right >= 0 && right < maxChannels)
+                engineBuffer.copyFrom (right, 0, engineBuffer, target, 0, numSamples);
+        }
+    }
+
+    // The source copy, delayed by the engine's latency, is what Listen Source and Delta play.
+    for (int ch = 0; ch < maxChannels; ++ch)
+    {
+        sourceBuffer.copyFrom (ch, 0, engineBuffer, ch, 0, numSamples);
+        sourceDelay[(size_t) ch].processInPlace (sourceBuffer.getWritePointer (ch), numSamples);
+    }
+}
+
+void UpmixerProcessor::applyOutputGains (int numSamples) noexcept
+{
+    const auto& t = getParameterTable();
+    bool anySolo = false;
+    for (int i = 0; i < maxChannels; ++i)
+        anySolo = anySolo || t.isOn (Solo0 + i);
+
+    for (int ch = 0; ch < maxChannels; ++ch)
+    {
+        // Solo wins over mute: once any output is soloed, exactly the soloed ones play.
+        const bool muted = anySolo ? ! t.isOn (Solo0 + ch) : t.isOn (Mute0 + ch);
+        const float gain = muted ? 0.0f : levelGain (t, Trim0 + ch);
+        applyRamp (engineBuffer.getWritePointer (ch), numSamples, outputGain[(size_t) ch], gain);
+        outputGain[(size_t) ch] = gain;
+    }
+}
+
+void UpmixerProcessor::computeDownmix (int numSamples) noexcept
+{
+    const auto& t = getParameterTable();
+    UpmixerDownmix::Coefficients k;
+    k.centre = UpmixerDownmix::coefficientForChoice (t.getChoice (DownmixC));
+    k.surround = UpmixerDownmix::coefficientForChoice (t.getChoice (DownmixS));
+    k.lfe = UpmixerDownmix::coefficientForChoice (t.getChoice (DownmixLfe));
+    k.rear = engineOutputs < 8 ? 0.0f : UpmixerDownmix::coefficientForChoice (t.getChoice (DownmixB));
+
+    const int routing = getCurrentRouting();
+    UpmixerDownmix::fold (engineBuffer.getArrayOfReadPointers(), engineOutputs, routing, k,
+                          downmixBuffer.getArrayOfWritePointers(), numSamples);
+    if (t.isOn (MuteDownmix0))
+        downmixBuffer.clear (0, 0, numSamples);
+    if (t.isOn (MuteDownmix1))
+        downmixBuffer.clear (1, 0, numSamples);
+
+    // Delta: the time-aligned input folded the same way, minus the fold-down of the upmix.
+    UpmixerDownmix::fold (sourceBuffer.getArrayOfReadPointers(), maxChannels, routing, k,
+                          deltaBuffer.getArrayOfWritePointers(), numSamples);
+    for (int side = 0; side < 2; ++side)
+        deltaBuffer.addFrom (side, 0, downmixBuffer, side, 0, numSamples, -1.0f);
+}
+
+void UpmixerProcessor::processChunk (float* const* host, int numHostChannels, int numSamples, bool bypassed) noexcept
+{
+    const auto& t = getParameterTable();
+    const bool bypass = bypassed || t.isOn (Bypass);
+    const int numInputs = juce::jmin (offline.isRendering() && offline.getNumInputChannels() > 0 ? offline.getNumInputChannels()
+                                                                                                : m_nTrackNumInputChannels,
+                                      getTotalNumInputChannels(), numHostChannels);
+    const int routing = getCurrentRouting();
+
+    if (! bypass)
+        applyInputTrims (host, numInputs, numSamples);
+    copyInputsToEngine (host, numInputs, numSamples);
+
+    m_upmixerAlgo.setOutputLayout (routing);
+    m_upmixerAlgo.setNumOutputChannels (engineOutputs);
+    m_upmixerAlgo.setNumOverheadChannels (numOverheads);
+    m_upmixerAlgo.process (engineBuffer.getArrayOfWritePointers(), maxChannels, numSamples);
+
+    applyOutputGains (numSamples);
+    computeDownmix (numSamples);
+
+    const int numOutputs = juce::jmin (getTotalNumOutputChannels(), numHostChannels, maxChannels);
+    UpmixerMonitor::Signals signals;
+    signals.upmix = engineBuffer.getArrayOfReadPointers();
+    signals.numUpmix = juce::jmin (engineOutputs, numOutputs);
+    signals.source = sourceBuffer.getArrayOfReadPointers();
+    signals.numSource = maxChannels;
+    signals.downmix = downmixBuffer.getArrayOfReadPointers();
+    signals.delta = deltaBuffer.getArrayOfReadPointers();
+    signals.routing = routing;
+
+    const int mode = bypassed ? UpmixerMonitor::modeSource : UpmixerMonitor::selectMode (t);
+    monitor.process (mode, signals, host, numOutputs, numSamples, currentSampleRate);
+
+    if (sendSelector != -1)
+        for (int ch = 0; ch < numOutputs; ++ch)
+            sendDelay[(size_t) ch].processInPlace (host[ch], numSamples);
+}
+
+int UpmixerProcessor::routingForMixType (int choice, int pluginType) noexcept
+{
+    constexpr int routings[] = { 0, 1, 2, 3, 4, 7, 9, 15, 25 };
+    if (choice >= 0 && choice < (int) std::size (routings))
+        return routings[choice];
+    if (choice == 10)
+        return pluginType == Routing_::typeRtas || pluginType == Routing_::typeAax ? 15 : 16;
+    return Routing_::routingFromHost;
+}
+
+bool UpmixerProcessor::isLinkAvailable (int number) const noexcept
+{
+    if (number == FadeSB)
+        return engineOutputs >= 8;  // the rears exist only from 7.1 on
+    if (number == DivergeLfcAmount)
+        return getParameterTable().isOn (DivergeLfcEnable);
+    return true;
+}
+
+void UpmixerProcessor::carryLinked (int changed, const int* group, int groupSize, float* snapshot)
+{
+    // Linked controls keep the offsets they had when the link was switched on.
+    int changedIndex = -1;
+    for (int i = 0; i < groupSize; ++i)
+        if (group[i] == changed)
+            changedIndex = i;
+    if (changedIndex < 0)
+        return;
+
+    const float delta = getParameterTable().get (changed) - snapshot[changedIndex];
+    for (int i = 0; i < groupSize; ++i)
+        if (i != changedIndex && isLinkAvailable (group[i]))
+            setParameterNotifyingHost (group[i], juce::jlimit (0.0f, 1.0f, snapshot[i] + delta), false);
+}
+
+void UpmixerProcessor::parameterChanged (int number, float value, bool userChange)
+{
+    static constexpr int arcGroup[] = { Divergence, FadeFS, FadeSB, DivergeLfcAmount };
+    static constexpr int verticalGroup[] = { VerticalOnPhase, VerticalOffPhase };
+    auto& t = getParameterTable();
+
+    switch (number)
+    {
+        case InputMixType: pendingInputCheck.store (true); break;
+        case AmbisonicFormat: ambisonicFormat = juce::jmin (KaParameterTable::choiceOf (value), 1); break;
+        case MixType:
+        {
+            const int routing = routingForMixType (KaParameterTable::choiceOf (value), getPluginTypeNumber());
+            t.set (Routing, KaParameterTable::valueOfChoice (routing));
+            queueHostNotification (Routing);
+            break;
+        }
+        case ArcLink:
+            if (value != 0.0f)
+                for (int i = 0; i < 4; ++i)
+                    arcSnapshot[(size_t) i] = t.get (arcGroup[i]);
+            break;
+        case VerticalLink:
+            if (value != 0.0f)
+                for (int i = 0; i < 2; ++i)
+                    verticalSnapshot[(size_t) i] = t.get (verticalGroup[i]);
+            break;
+        case AutomationLogging: setAutomationLogging (value != 0.0f); break;
+        case Test: setTestFlag (value != 0.0f); break;
+        case ShowExtraOutputOptions:
+            if (userChange)
+                postWarning ({}, "Changing this setting requires you to restart the host application for it to take effect");
+            break;
+        default: break;
+    }
+
+    if (userChange && t.isOn (ArcLink))
+        carryLinked (number, arcGroup, 4, arcSnapshot.data());
+    if (userChange && t.isOn (VerticalLink))
+        carryLinked (number, verticalGroup, 2, verticalSnapshot.data());
+}
+
+void UpmixerProcessor::onHousekeeping()
+{
+    if (pendingInputCheck.exchange (false))
+        checkNumInputChannels();
+    updateLatency();
+}
+
+void UpmixerProcessor::getStateInformation (juce::MemoryBlock& destData)
+{
+    UpmixerSessionState::save (*this, destData);
+}
+
+void UpmixerProcessor::setStateInformation (const void* data, int sizeInBytes)
+{
+    UpmixerSessionState::load (*this, data, sizeInBytes);
+}
+
+void UpmixerProcessor::offlineAnalysisBegin (int numInputChannels) { offline.analysisBegin (numInputChannels, currentSampleRate); }
+void UpmixerProcessor::offlineAnalysisBlock (const juce::AudioBuffer<float>& block) { offline.analysisBlock (block); }
+void UpmixerProcessor::offlineAnalysisEnd() { offline.analysisEnd(); }
+void UpmixerProcessor::offlineRenderBegin() { offline.renderBegin(); }
+
+void UpmixerProcessor::offlineRenderBlock (juce::AudioBuffer<float>& block)
+{
+    offline.renderBlock (block);
+    juce::MidiBuffer midi;
+    processBlock (block, midi);
+}
+
+void UpmixerProcessor::offlineRenderEnd() { offline.renderEnd(); }

@@ -1,0 +1,132 @@
+#pragma once
+
+#include "dsp/CDelayFilter.h"
+#include "engine/KaProfiler.h"
+#include "engine/UpmixerAlgo.h"
+#include "engine/UpmixerAlgoInterface.h"
+#include "processor/KaJuceProcessorBase.h"
+#include "processor/UpmixerMonitor.h"
+#include "processor/UpmixerOfflineRender.h"
+
+#include <array>
+#include <functional>
+
+/** Orrin Upmix's processor: the glue between the host and the upmix engine.
+
+    Per block it resolves the channel routing, applies input trims and mutes, copies the inputs
+    into the engine's buffer by channel kind, runs the engine, applies output trims, mutes and
+    solos, folds the result down to stereo, and writes what the Listen selection asks for. */
+class UpmixerProcessor : public KaJuceProcessorBase, public UpmixerAlgoInterface
+{
+public:
+    static constexpr int maxChannels = 12;
+
+    UpmixerProcessor();
+    ~UpmixerProcessor() override;
+
+    // juce::AudioProcessor ------------------------------------------------------------------
+    void prepareToPlay (double sampleRate, int maximumExpectedSamplesPerBlock) override;
+    void releaseResources() override;
+    void processBlock (juce::AudioBuffer<float>&, juce::MidiBuffer&) override;
+    void processBlockBypassed (juce::AudioBuffer<float>&, juce::MidiBuffer&) override;
+    bool isBusesLayoutSupported (const BusesLayout& layouts) const override;
+    void numChannelsChanged() override;
+
+    bool hasEditor() const override { return editorFactory != nullptr; }
+    juce::AudioProcessorEditor* createEditor() override;
+
+    int getNumPrograms() override { return 1; }
+    int getCurrentProgram() override { return 0; }
+    void setCurrentProgram (int) override {}
+    const juce::String getProgramName (int) override { return "Default"; }
+    void changeProgramName (int, const juce::String&) override {}
+
+    void getStateInformation (juce::MemoryBlock& destData) override;
+    void setStateInformation (const void* data, int sizeInBytes) override;
+
+    // UpmixerAlgoInterface --------------------------------------------------------------------
+    KaProfiler* getProfiler() noexcept override { return &profiler; }
+    float getParameterValue (int number) const noexcept override { return getParameterTable().get (number); }
+
+    // Channels --------------------------------------------------------------------------------
+    int getCurrentRouting() const noexcept override { return currentRouting.load (std::memory_order_relaxed); }
+    int getEngineOutputCount() const noexcept { return engineOutputs; }
+    /** The name reported for the output bus: "Ambisonic", "7.1", "Overheads" or "5.1". */
+    juce::String getOutputBusName() const;
+
+    /** Reads the host's input count into the engine and logs it. Message thread. */
+    void checkNumInputChannels();
+    int m_nTrackNumInputChannels = 2;
+
+    // Latency and sends -------------------------------------------------------------------------
+    int computeLatency() const noexcept;
+    void setSendSelector (int selector);
+    int getSendSelector() const noexcept { return sendSelector; }
+
+    // Offline rendering (analysis pass, then render pass) ---------------------------------------
+    void offlineAnalysisBegin (int numInputChannels);
+    void offlineAnalysisBlock (const juce::AudioBuffer<float>& block);
+    void offlineAnalysisEnd();
+    void offlineRenderBegin();
+    void offlineRenderBlock (juce::AudioBuffer<float>& block);
+    void offlineRenderEnd();
+    const UpmixerOfflineRender& getOfflineRender() const noexcept { return offline; }
+
+    const UpmixerMonitor& getMonitor() const noexcept { return monitor; }
+    UpmixerAlgo m_upmixerAlgo;
+
+    /** Installed by the plug-in formats, which link the editor; the command line and the
+        tests run without one. */
+    static std::function<juce::AudioProcessorEditor* (UpmixerProcessor&)> editorFactory;
+
+    /** The routing a MixType choice selects, or -1 for the host's own order. */
+    static int routingForMixType (int choice, int pluginType) noexcept;
+
+protected:
+    void parameterChanged (int number, float value, bool userChange) override;
+    void onHousekeeping() override;
+
+private:
+    struct LayoutInfo
+    {
+        int numInputs = 2;
+        int numOutputs = 6;
+        std::array<int, maxChannels + 1> inputKinds {};   // kind of each host input, -1 ended
+        int deliveredRouting = -1;                        // routing matching the output order
+    };
+
+    void buildLayout (const BusesLayout* busLayout, int numIn, int numOut) noexcept;
+    void resolveRouting() noexcept;
+    void processChunk (float* const* host, int numHostChannels, int numSamples, bool bypassed) noexcept;
+    void applyInputTrims (float* const* host, int numInputs, int numSamples) noexcept;
+    void copyInputsToEngine (float* const* host, int numInputs, int numSamples) noexcept;
+    void applyOutputGains (int numSamples) noexcept;
+    void computeDownmix (int numSamples) noexcept;
+    void updateLatency();
+    void carryLinked (int changed, const int* group, int groupSize, float* snapshot);
+    bool isLinkAvailable (int number) const noexcept;
+    void processWholeBlock (juce::AudioBuffer<float>& buffer, bool bypassed) noexcept;
+
+    KaProfiler profiler;
+    UpmixerMonitor monitor;
+    UpmixerOfflineRender offline;
+
+    LayoutInfo layout;
+    std::atomic<int> currentRouting { 1 };
+    int engineOutputs = 6;
+    int numOverheads = 0;
+    int ambisonicFormat = 0;
+    int sendSelector = -1;
+    int reportedLatency = 0;
+    double currentSampleRate = 48000.0;
+    int maxBlock = 0;
+
+    juce::AudioBuffer<float> engineBuffer, sourceBuffer, downmixBuffer, deltaBuffer;
+    std::array<CDelayFilter<float>, maxChannels> inputDelay, sourceDelay, sendDelay;
+    std::array<float, maxChannels> inputGain {}, outputGain {};
+    float downmixCoefficients[4] {};
+
+    std::array<float, 4> arcSnapshot {};
+    std::array<float, 2> verticalSnapshot {};
+    std::atomic<bool> pendingInputCheck { false };
+};
