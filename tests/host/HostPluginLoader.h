@@ -1,0 +1,65 @@
+#pragma once
+
+#include <juce_audio_processors/juce_audio_processors.h>
+
+#include <memory>
+
+/** Loads the built plug-in binaries through JUCE's own hosting classes, as a host would. */
+namespace HostPluginLoader
+{
+    enum class Format { vst3, lv2 };
+
+    inline const char* nameOf (Format f) { return f == Format::vst3 ? "VST3" : "LV2"; }
+
+    inline std::unique_ptr<juce::AudioPluginInstance> load (Format format, double sampleRate = 48000.0, int blockSize = 512)
+    {
+        juce::OwnedArray<juce::PluginDescription> types;
+        std::unique_ptr<juce::AudioPluginFormat> pluginFormat;
+
+        if (format == Format::vst3)
+        {
+            pluginFormat = std::make_unique<juce::VST3PluginFormat>();
+            pluginFormat->findAllTypesForFile (types, ORRIN_VST3_PATH);
+        }
+        else
+        {
+            // LV2 plug-ins are found by URI once their bundle's folder has been scanned.
+            pluginFormat = std::make_unique<juce::LV2PluginFormat>();
+            const auto bundle = juce::File (ORRIN_LV2_PATH);
+            pluginFormat->searchPathsForPlugins (juce::FileSearchPath (bundle.getParentDirectory().getFullPathName()), true, false);
+            pluginFormat->findAllTypesForFile (types, ORRIN_LV2_URI);
+        }
+
+        if (types.isEmpty())
+            return nullptr;
+
+        juce::String error;
+        auto instance = pluginFormat->createInstanceFromDescription (*types[0], sampleRate, blockSize, error);
+        return instance;
+    }
+
+    /** Sets a host parameter by index as a host's automation would. */
+    inline void setParameter (juce::AudioPluginInstance& p, int index, float value)
+    {
+        auto* param = p.getParameters()[index];
+        param->beginChangeGesture();
+        param->setValueNotifyingHost (value);
+        param->endChangeGesture();
+    }
+
+    /** Runs `blocks` blocks of the given input through the instance; returns the last block. */
+    inline juce::AudioBuffer<float> process (juce::AudioPluginInstance& p, const juce::AudioBuffer<float>& inputBlock, int blocks)
+    {
+        const int channels = std::max (p.getTotalNumInputChannels(), p.getTotalNumOutputChannels());
+        juce::AudioBuffer<float> buffer (channels, inputBlock.getNumSamples());
+        juce::MidiBuffer midi;
+        for (int i = 0; i < blocks; ++i)
+        {
+            buffer.clear();
+            for (int ch = 0; ch < std::min (inputBlock.getNumChannels(), p.getTotalNumInputChannels()); ++ch)
+                buffer.copyFrom (ch, 0, inputBlock, ch, 0, inputBlock.getNumSamples());
+            p.processBlock (buffer, midi);
+        }
+        return buffer;
+    }
+}

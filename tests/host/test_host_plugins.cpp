@@ -1,0 +1,108 @@
+// The built VST3 and LV2, loaded through JUCE's hosting classes:
+// - 139 parameters with their display names, named programs, the reported latency (1536);
+// - speaker placement: with Listen Source on, each input speaker's content arrives on the host
+//   output whose channel type names that speaker, for 5.1, 7.1, 7.1.2 and 7.1.4 (VST3; the LV2
+//   carries its fixed stereo-in, 5.1-out ports).
+#include "HostPluginLoader.h"
+
+#include <gtest/gtest.h>
+
+using HostPluginLoader::Format;
+
+namespace
+{
+    constexpr int monitorSource = 38;
+    constexpr int latency = 1536;
+
+    struct HostPlugins : ::testing::TestWithParam<Format> {};
+
+    /** Constant, distinct values per input channel, so that each output can be traced back. */
+    juce::AudioBuffer<float> markers (int numChannels, int numSamples)
+    {
+        juce::AudioBuffer<float> b (numChannels, numSamples);
+        for (int ch = 0; ch < numChannels; ++ch)
+            juce::FloatVectorOperations::fill (b.getWritePointer (ch), 0.05f * (float) (ch + 1), numSamples);
+        return b;
+    }
+}
+
+TEST_P (HostPlugins, ParametersProgramsAndLatency)
+{
+    auto plugin = HostPluginLoader::load (GetParam());
+    ASSERT_NE (plugin, nullptr) << HostPluginLoader::nameOf (GetParam());
+
+    const auto& params = plugin->getParameters();
+    ASSERT_EQ (params.size(), 139);
+    EXPECT_EQ (params[0]->getName (100), "Channel Routing");
+    EXPECT_EQ (params[20]->getName (100), "LFE");
+    EXPECT_EQ (params[27]->getName (100), "Diffusion");
+    EXPECT_EQ (params[55]->getName (100), "Trim L");
+    EXPECT_EQ (params[94]->getName (100), "Solo Trr");
+    EXPECT_EQ (params[138]->getName (100), "Switched Multi Input Fade Algo");
+
+    for (int i = 0; i < plugin->getNumPrograms(); ++i)
+        EXPECT_TRUE (plugin->getProgramName (i).isNotEmpty()) << "program " << i;
+
+    plugin->prepareToPlay (48000.0, 512);
+    HostPluginLoader::process (*plugin, markers (2, 512), 2);
+    EXPECT_EQ (plugin->getLatencySamples(), latency);
+    plugin->releaseResources();
+}
+
+TEST_P (HostPlugins, StereoSourceLandsOnLeftAndRight)
+{
+    auto plugin = HostPluginLoader::load (GetParam());
+    ASSERT_NE (plugin, nullptr);
+    plugin->prepareToPlay (48000.0, 512);
+    HostPluginLoader::setParameter (*plugin, monitorSource, 1.0f);
+
+    const auto out = HostPluginLoader::process (*plugin, markers (2, 512), 8);
+    const auto set = plugin->getBusesLayout().getMainOutputChannelSet();
+    for (int ch = 0; ch < set.size(); ++ch)
+    {
+        const auto type = set.getTypeOfChannel (ch);
+        const float expected = type == juce::AudioChannelSet::left ? 0.05f : type == juce::AudioChannelSet::right ? 0.10f : 0.0f;
+        EXPECT_NEAR (out.getSample (ch, 511), expected, 1.0e-6f) << juce::AudioChannelSet::getAbbreviatedChannelTypeName (type);
+    }
+    plugin->releaseResources();
+}
+
+INSTANTIATE_TEST_SUITE_P (Formats, HostPlugins, ::testing::Values (Format::vst3, Format::lv2),
+                          [] (const auto& info) { return std::string (HostPluginLoader::nameOf (info.param)); });
+
+TEST (HostVst3, EverySpeakerArrivesOnTheChannelThatNamesIt)
+{
+    using Set = juce::AudioChannelSet;
+    struct Case { Set input, output; };
+    const Case cases[] = {
+        { Set::create5point1(), Set::create5point1() },
+        { Set::create7point1(), Set::create7point1() },
+        { Set::create7point1point2(), Set::create7point1point2() },
+        { Set::create7point1(), Set::create7point1point4() },  // heights of 7.1.4 take no source
+    };
+
+    for (const auto& c : cases)
+    {
+        auto plugin = HostPluginLoader::load (Format::vst3);
+        ASSERT_NE (plugin, nullptr);
+        juce::AudioProcessor::BusesLayout layout;
+        layout.inputBuses.add (c.input);
+        layout.outputBuses.add (c.output);
+        ASSERT_TRUE (plugin->setBusesLayout (layout)) << c.output.getDescription();
+        plugin->prepareToPlay (48000.0, 512);
+        HostPluginLoader::setParameter (*plugin, monitorSource, 1.0f);
+
+        const auto out = HostPluginLoader::process (*plugin, markers (c.input.size(), 512), 8);
+        const auto inputSet = plugin->getBusesLayout().getMainInputChannelSet();
+        const auto outputSet = plugin->getBusesLayout().getMainOutputChannelSet();
+        for (int ch = 0; ch < outputSet.size(); ++ch)
+        {
+            const auto type = outputSet.getTypeOfChannel (ch);
+            const int source = inputSet.getChannelIndexForType (type);
+            const float expected = source >= 0 ? 0.05f * (float) (source + 1) : 0.0f;
+            EXPECT_NEAR (out.getSample (ch, 511), expected, 1.0e-6f)
+                << c.output.getDescription() << ": " << juce::AudioChannelSet::getAbbreviatedChannelTypeName (type);
+        }
+        plugin->releaseResources();
+    }
+}

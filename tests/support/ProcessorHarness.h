@@ -1,0 +1,34 @@
+#pragma once
+
+#include "processor/UpmixerProcessor.h"
+
+#include <juce_audio_basics/juce_audio_basics.h>
+
+#include <memory>
+
+/** A real processor configured like a host would: buses, prepare, blocks. */
+struct ProcessorHarness
+{
+    static juce::AudioChannelSet outputSet (int numOutputs);
+
+    ProcessorHarness (int numInputs, int numOutputs, double sampleRate = 48000.0, int blockSize = 512);
+
+    /** Processes `input` (numInputs channels) in blocks of the prepared size; returns all host
+        channels of the output. */
+    juce::AudioBuffer<float> run (const juce::AudioBuffer<float>& input, int blockSize = -1);
+
+    void set (int number, float value) { processor->setParameterNotifyingHost (number, value, false); }
+
+    std::unique_ptr<UpmixerProcessor> processor;
+    int numInputs, numOutputs, blockSize;
+    double sampleRate;
+};
+
+/** Signal helpers. */
+namespace TestSignals
+{
+    juce::AudioBuffer<float> sine (int numChannels, int numSamples, double frequency, double sampleRate, float gain = 0.5f);
+    juce::AudioBuffer<float> noise (int numChannels, int numSamples, int seed, float gain = 0.3f);
+    double rms (const juce::AudioBuffer<float>& b, int channel, int start = 0, int length = -1);
+    bool allFinite (const juce::AudioBuffer<float>& b);
+}

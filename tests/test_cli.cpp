@@ -1,0 +1,135 @@
+// The orrin-upmix command line, run as a user would:
+// - renders a generated stereo WAV to 7.1.2 and 5.1: channel count, WAV channel mask, length
+//   equal to the input, a click at the same sample position (latency removed), the report;
+// - refuses each kind of bad input with one clear line and a non-zero exit, leaving no file.
+#include <gtest/gtest.h>
+#include <juce_audio_formats/juce_audio_formats.h>
+
+namespace
+{
+    struct Run
+    {
+        int exitCode = -1;
+        juce::String output;
+    };
+
+    Run runCli (const juce::StringArray& args)
+    {
+        juce::StringArray command { ORRIN_CLI_PATH };
+        command.addArray (args);
+        juce::ChildProcess process;
+        Run run;
+        if (! process.start (command))
+            return run;
+        run.output = process.readAllProcessOutput();
+        process.waitForProcessToFinish (60000);
+        run.exitCode = (int) process.getExitCode();
+        return run;
+    }
+
+    struct CliTest : ::testing::Test
+    {
+        juce::File dir = juce::File::getSpecialLocation (juce::File::tempDirectory).getNonexistentChildFile ("orrin-cli", "", false);
+        juce::File input = dir.getChildFile ("in.wav");
+
+        void SetUp() override
+        {
+            dir.createDirectory();
+            // Two seconds of quiet stereo noise with a centred click at sample 30000.
+            juce::AudioBuffer<float> b (2, 96000);
+            juce::Random random (5);
+            for (int ch = 0; ch < 2; ++ch)
+                for (int i = 0; i < b.getNumSamples(); ++i)
+                    b.setSample (ch, i, 0.01f * (random.nextFloat() - 0.5f));
+            b.setSample (0, 30000, 0.9f);
+            b.setSample (1, 30000, 0.9f);
+            juce::WavAudioFormat wav;
+            std::unique_ptr<juce::AudioFormatWriter> w (wav.createWriterFor (new juce::FileOutputStream (input), 48000.0, 2, 24, {}, 0));
+            ASSERT_NE (w, nullptr);
+            w->writeFromAudioSampleBuffer (b, 0, b.getNumSamples());
+        }
+
+        void TearDown() override { dir.deleteRecursively(); }
+
+        std::unique_ptr<juce::AudioFormatReader> open (const juce::File& f)
+        {
+            juce::WavAudioFormat wav;
+            return std::unique_ptr<juce::AudioFormatReader> (wav.createReaderFor (f.createInputStream().release(), true));
+        }
+
+        void expectFailure (const juce::StringArray& args, const juce::File& output, const char* words)
+        {
+            const auto run = runCli (args);
+            EXPECT_NE (run.exitCode, 0) << args.joinIntoString (" ");
+            const auto lines = juce::StringArray::fromLines (run.output.trim());
+            EXPECT_EQ (lines.size(), 1) << run.output;
+            EXPECT_TRUE (run.output.startsWith ("orrin-upmix: error: ")) << run.output;
+            EXPECT_TRUE (run.output.containsIgnoreCase (words)) << run.output;
+            EXPECT_FALSE (output.exists());
+            EXPECT_EQ (dir.getNumberOfChildFiles (juce::File::findFiles), input.existsAsFile() ? 1 : 0);
+        }
+    };
+}
+
+TEST_F (CliTest, RendersAlignedMultichannelWav)
+{
+    const auto out = dir.getChildFile ("out 712.wav");
+    const auto run = runCli ({ input.getFullPathName(), out.getFullPathName() });
+    ASSERT_EQ (run.exitCode, 0) << run.output;
+    EXPECT_TRUE (run.output.contains ("Wrote")) << run.output;
+    EXPECT_TRUE (run.output.contains ("Peak dBFS")) << run.output;
+
+    auto reader = open (out);
+    ASSERT_NE (reader, nullptr);
+    EXPECT_EQ (reader->numChannels, 10u);
+    EXPECT_EQ (reader->lengthInSamples, 96000);
+    EXPECT_EQ (reader->metadataValues["ChannelMask"], juce::String (0x563F));
+
+    juce::AudioBuffer<float> b (10, 96000);
+    reader->read (&b, 0, 96000, 0, true, true);
+    int loudest = 0;
+    float best = 0.0f;
+    for (int i = 0; i < b.getNumSamples(); ++i)
+    {
+        float sum = 0.0f;
+        for (int ch = 0; ch < 10; ++ch)
+            sum += std::abs (b.getSample (ch, i));
+        if (sum > best)
+            best = sum, loudest = i;
+    }
+    EXPECT_NEAR (loudest, 30000, 2);
+}
+
+TEST_F (CliTest, FiveOneLayoutAndBitDepth)
+{
+    const auto out = dir.getChildFile ("out51.wav");
+    const auto run = runCli ({ input.getFullPathName(), out.getFullPathName(), "--layout", "5.1", "--bits", "24",
+                               "--set", "LfeFreq=120Hz", "--set", "Divergence=0.25", "--quiet" });
+    ASSERT_EQ (run.exitCode, 0) << run.output;
+    EXPECT_TRUE (run.output.trim().isEmpty()) << run.output;
+    auto reader = open (out);
+    ASSERT_NE (reader, nullptr);
+    EXPECT_EQ (reader->numChannels, 6u);
+    EXPECT_EQ (reader->bitsPerSample, 24u);
+    EXPECT_EQ (reader->metadataValues["ChannelMask"], juce::String (0x60F));
+}
+
+TEST_F (CliTest, RefusesBadInputWithOneLine)
+{
+    const auto out = dir.getChildFile ("never.wav");
+    const auto text = dir.getChildFile ("notes.wav");
+    text.replaceWithText ("this is not audio");
+    expectFailure ({ text.getFullPathName(), out.getFullPathName() }, out, "not a readable audio file");
+    text.deleteFile();
+
+    expectFailure ({ dir.getChildFile ("missing.wav").getFullPathName(), out.getFullPathName() }, out, "no such file");
+    expectFailure ({ input.getFullPathName(), out.getFullPathName(), "--frobnicate" }, out, "frobnicate");
+    expectFailure ({ input.getFullPathName(), out.getFullPathName(), "--layout", "9.1" }, out, "unknown layout");
+    expectFailure ({ input.getFullPathName(), out.getFullPathName(), "--set", "NoSuchKey=1" }, out, "unknown parameter");
+    expectFailure ({ input.getFullPathName(), out.getFullPathName(), "--set", "LfeFreq=900Hz" }, out, "out of range");
+    expectFailure ({ input.getFullPathName(), out.getFullPathName(), "--set", "Divergence" }, out, "Key=value");
+    expectFailure ({ input.getFullPathName(), out.getFullPathName(), "--bits", "12" }, out, "--bits");
+    expectFailure ({ input.getFullPathName(), dir.getChildFile ("no/such/dir/x.wav").getFullPathName() }, out, "cannot write");
+    expectFailure ({ input.getFullPathName(), input.getFullPathName() }, out, "overwrite the input");
+    EXPECT_GT (input.getSize(), 1000);
+}

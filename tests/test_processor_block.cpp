@@ -1,0 +1,265 @@
+// The processor's block path on real buffers:
+// - the reported latency, and Listen Source playing the trimmed input delayed by exactly it;
+// - input trims and mutes (per side for stereo, one shared trim otherwise), skipped under Bypass;
+// - output mutes and solos (solo wins; one solo silences every other output);
+// - the Listen table's priority and the 10 ms crossfade's curve and length at 44.1 and 96 kHz;
+// - hosts with more than 12 channels keep their extra channels untouched;
+// - block sizes 0..8192, rates 22.05..192 kHz and NaN/Inf input never crash or leak non-finite
+//   samples, and the block path does not allocate after the first block of a size.
+#include "processor/UpmixerParameters.h"
+#include "support/AllocationCounter.h"
+#include "support/ProcessorHarness.h"
+
+#include <gtest/gtest.h>
+
+using namespace UpmixerParam;
+
+namespace
+{
+    constexpr int latency = 1536;
+
+    float gainOf (float db) { return std::pow (10.0f, db / 20.0f); }
+
+    float trimValue (float db) { return (db + 70.0f) / 82.0f; }
+
+    /** An impulse at `at` on channel `ch` of a stereo buffer. */
+    juce::AudioBuffer<float> impulse (int length, int at, float left, float right)
+    {
+        juce::AudioBuffer<float> b (2, length);
+        b.clear();
+        b.setSample (0, at, left);
+        b.setSample (1, at, right);
+        return b;
+    }
+}
+
+TEST (ProcessorBlock, LatencyAndSourceAlignment)
+{
+    ProcessorHarness h (2, 6);
+    EXPECT_EQ (h.processor->getLatencySamples(), latency);
+    h.set (MonitorSource, 1.0f);
+    h.processor->runHousekeeping();
+
+    const auto out = h.run (impulse (4096, 100, 0.5f, -0.25f), 256);
+    // 5.1 in JUCE's order: L R C LFE Ls Rs.
+    EXPECT_FLOAT_EQ (out.getSample (0, 100 + latency), 0.5f);
+    EXPECT_FLOAT_EQ (out.getSample (1, 100 + latency), -0.25f);
+    EXPECT_NEAR (TestSignals::rms (out, 2), 0.0, 1.0e-9);
+    EXPECT_FLOAT_EQ (out.getSample (0, 99 + latency), 0.0f);
+}
+
+TEST (ProcessorBlock, InputTrimsAndMutes)
+{
+    ProcessorHarness h (2, 6);
+    h.set (MonitorSource, 1.0f);
+    h.set (TrimSource0, trimValue (-6.0f));
+    h.set (TrimSource1, trimValue (-20.0f));
+    h.run (impulse (2048, 0, 0.0f, 0.0f));  // let the trims' ramps settle
+    auto out = h.run (impulse (4096, 10, 1.0f, 1.0f));
+    EXPECT_NEAR (out.getSample (0, 10 + latency), gainOf (-6.0f), 1.0e-4f);
+    EXPECT_NEAR (out.getSample (1, 10 + latency), gainOf (-20.0f), 1.0e-4f);
+
+    h.set (MuteSource1, 1.0f);
+    h.run (impulse (2048, 0, 0.0f, 0.0f));
+    out = h.run (impulse (4096, 10, 1.0f, 1.0f));
+    EXPECT_EQ (out.getSample (1, 10 + latency), 0.0f);
+
+    // Bypass plays the source untrimmed and unmuted.
+    h.set (Bypass, 1.0f);
+    h.run (impulse (2048, 0, 0.0f, 0.0f));
+    out = h.run (impulse (4096, 10, 1.0f, 1.0f));
+    EXPECT_NEAR (out.getSample (0, 10 + latency), 1.0f, 1.0e-6f);
+    EXPECT_NEAR (out.getSample (1, 10 + latency), 1.0f, 1.0e-6f);
+}
+
+TEST (ProcessorBlock, SharedTrimAndMuteGroupsForOtherInputCounts)
+{
+    ProcessorHarness h (4, 8);  // 4 discrete inputs: L R Ls Rs
+    h.set (MonitorSource, 1.0f);
+    h.set (TrimSource0, trimValue (-12.0f));
+    h.set (TrimSource1, trimValue (-40.0f));  // not used for 4 inputs
+    h.set (MuteSourceMulti2, 1.0f);           // channels 2 and 3
+    juce::AudioBuffer<float> in (4, 4096);
+    in.clear();
+    for (int ch = 0; ch < 4; ++ch)
+        in.setSample (ch, 3000, 1.0f);
+    h.run (in);
+    // 7.1 in JUCE's order: L R C LFE Ls Rs Lsr Rsr; the impulse comes out in the next buffer.
+    const auto tail = h.run (juce::AudioBuffer<float> (4, 4096));
+    const int at = 3000 + latency - 4096;
+    EXPECT_NEAR (tail.getSample (0, at), gainOf (-12.0f), 1.0e-4f);
+    EXPECT_NEAR (tail.getSample (1, at), gainOf (-12.0f), 1.0e-4f);
+    EXPECT_EQ (tail.getSample (4, at), 0.0f);
+    EXPECT_EQ (tail.getSample (5, at), 0.0f);
+}
+
+TEST (ProcessorBlock, MutesAndSolos)
+{
+    const auto input = TestSignals::noise (2, 48000, 7);
+    auto energyAfterSettling = [] (ProcessorHarness& h, const juce::AudioBuffer<float>& in, int ch)
+    {
+        const auto out = h.run (in);
+        return TestSignals::rms (out, ch, 24000);
+    };
+
+    ProcessorHarness h (2, 6);
+    EXPECT_GT (energyAfterSettling (h, input, 0), 1.0e-3);
+    h.set (Mute0, 1.0f);
+    EXPECT_EQ (energyAfterSettling (h, input, 0), 0.0);
+    EXPECT_GT (energyAfterSettling (h, input, 1), 1.0e-3);
+
+    // One solo: every other output is silent, and the soloed one plays although muted.
+    h.set (Solo0, 1.0f);
+    const auto out = h.run (input);
+    EXPECT_GT (TestSignals::rms (out, 0, 24000), 1.0e-3);
+    for (int ch = 1; ch < 6; ++ch)
+        EXPECT_EQ (TestSignals::rms (out, ch, 24000), 0.0) << "channel " << ch;
+}
+
+TEST (ProcessorBlock, ListenPriorityLaterSwitchWins)
+{
+    UpmixerProcessor p;
+    auto& t = p.getParameterTable();
+    EXPECT_EQ (UpmixerMonitor::selectMode (t), UpmixerMonitor::modeUpmix);
+    t.set (Bypass, 1.0f);
+    EXPECT_EQ (UpmixerMonitor::selectMode (t), UpmixerMonitor::modeSource);
+    t.set (MonitorC, 1.0f);
+    EXPECT_EQ (UpmixerMonitor::selectMode (t), 2);
+    t.set (MonitorDownmix, 1.0f);
+    t.set (MonitorDelta, 1.0f);
+    EXPECT_EQ (UpmixerMonitor::selectMode (t), UpmixerMonitor::modeDelta);
+    t.set (MonitorDelta, 0.0f);
+    EXPECT_EQ (UpmixerMonitor::selectMode (t), UpmixerMonitor::modeDownmix);
+    t.set (MonitorLbLts, 1.0f);
+    EXPECT_EQ (UpmixerMonitor::selectMode (t), UpmixerMonitor::modeDownmix);
+}
+
+TEST (ProcessorBlock, FadeCurveShape)
+{
+    EXPECT_EQ (UpmixerMonitor::fadeCurve (0.0f), 0.0f);
+    EXPECT_EQ (UpmixerMonitor::fadeCurve (1.0f), 1.0f);
+    EXPECT_NEAR (UpmixerMonitor::fadeCurve (0.5f), std::pow (10.0f, -6.02f / 20.0f), 1.0e-6f);
+    EXPECT_NEAR (UpmixerMonitor::fadeCurve (0.25f), std::pow (10.0f, -23.01f / 20.0f), 1.0e-6f);
+    EXPECT_NEAR (UpmixerMonitor::fadeCurve (1.0e-6f), 0.01f, 1.0e-4f);  // the -40 dB floor
+    float previous = 0.0f;
+    for (int i = 1; i <= 100; ++i)
+    {
+        const float x = (float) i / 100.0f;
+        const float g = UpmixerMonitor::fadeCurve (x);
+        EXPECT_GE (g, previous);
+        EXPECT_NEAR (g + UpmixerMonitor::fadeCurve (1.0f - x), 1.0f, 1.0e-5f);  // the halves mirror
+        previous = g;
+    }
+}
+
+TEST (ProcessorBlock, CrossfadeTakesTenMillisecondsAndFollowsTheCurve)
+{
+    for (double rate : { 44100.0, 96000.0 })
+    {
+        // Fade from a silent upmix to a constant source: the output is the fade-in gain.
+        juce::AudioBuffer<float> ones (2, 64), zeros (2, 64), downmix (2, 64);
+        ones.clear();
+        for (int ch = 0; ch < 2; ++ch)
+            juce::FloatVectorOperations::fill (ones.getWritePointer (ch), 1.0f, 64);
+        zeros.clear();
+        downmix.clear();
+
+        UpmixerMonitor m;
+        UpmixerMonitor::Signals s;
+        s.upmix = zeros.getArrayOfReadPointers();
+        s.numUpmix = 2;
+        s.source = ones.getArrayOfReadPointers();
+        s.numSource = 2;
+        s.downmix = s.delta = downmix.getArrayOfReadPointers();
+        s.routing = 1;
+
+        juce::AudioBuffer<float> out (2, 64);
+        int samples = 0;
+        std::vector<float> trace;
+        do
+        {
+            m.process (UpmixerMonitor::modeSource, s, out.getArrayOfWritePointers(), 2, 64, rate);
+            samples += 64;
+            for (int i = 0; i < 64; ++i)
+                trace.push_back (out.getSample (0, i));
+        } while (m.getFadePosition() < 1.0f && samples < 100000);
+
+        EXPECT_GE (samples, rate * 0.01) << rate;
+        EXPECT_LT (samples, rate * 0.01 + 64.0) << rate;
+        EXPECT_EQ (m.getCurrentMode(), UpmixerMonitor::modeSource);
+        // At each block edge the gain equals the curve at the fade position.
+        for (int block = 1; block * 64 < samples; ++block)
+        {
+            const float x = std::min (1.0f, (float) (block * 64 / (rate * 0.01)));
+            EXPECT_NEAR (trace[(size_t) (block * 64)], UpmixerMonitor::fadeCurve (x), 2.0e-3f) << rate;
+        }
+
+        // A new request during a fade waits for it to end.
+        m.process (UpmixerMonitor::modeUpmix, s, out.getArrayOfWritePointers(), 2, 64, rate);
+        m.process (UpmixerMonitor::modeDownmix, s, out.getArrayOfWritePointers(), 2, 64, rate);
+        EXPECT_EQ (m.getCurrentMode(), UpmixerMonitor::modeUpmix);
+    }
+}
+
+TEST (ProcessorBlock, MoreThanTwelveHostChannelsLeaveTheRestUntouched)
+{
+    ProcessorHarness h (2, 12);
+    juce::AudioBuffer<float> buffer (16, 512);
+    buffer.clear();
+    for (int ch = 12; ch < 16; ++ch)
+        juce::FloatVectorOperations::fill (buffer.getWritePointer (ch), 0.125f * (float) ch, 512);
+    juce::MidiBuffer midi;
+    h.processor->processBlock (buffer, midi);
+    for (int ch = 12; ch < 16; ++ch)
+        EXPECT_EQ (buffer.getSample (ch, 300), 0.125f * (float) ch);
+}
+
+TEST (ProcessorBlock, AnyBlockSizeRateAndBadInput)
+{
+    for (double rate : { 22050.0, 44100.0, 192000.0 })
+    {
+        ProcessorHarness h (2, 10, rate, 1024);
+        juce::MidiBuffer midi;
+        for (int size : { 0, 1, 7, 1024, 3000, 8192 })
+        {
+            juce::AudioBuffer<float> b (10, size);
+            b.clear();
+            for (int i = 0; i < size; ++i)
+            {
+                b.setSample (0, i, i % 3 == 0 ? std::numeric_limits<float>::quiet_NaN() : 0.5f);
+                b.setSample (1, i, i % 5 == 0 ? std::numeric_limits<float>::infinity() : -0.5f);
+            }
+            h.processor->processBlock (b, midi);
+            EXPECT_TRUE (TestSignals::allFinite (b)) << rate << " Hz, block " << size;
+        }
+        // After the bad input, clean input gives clean, non-silent output.
+        const auto out = h.run (TestSignals::noise (2, 8192, 3));
+        EXPECT_TRUE (TestSignals::allFinite (out));
+        EXPECT_GT (TestSignals::rms (out, 0, 4096), 1.0e-3);
+    }
+}
+
+TEST (ProcessorBlock, NoAllocationAfterTheFirstBlockOfASize)
+{
+    for (int outputs : { 6, 8, 10, 12 })
+    {
+        ProcessorHarness h (2, outputs, 48000.0, 512);
+        h.set (MonitorDownmix, 1.0f);
+        h.processor->runHousekeeping();
+        juce::MidiBuffer midi;
+        juce::AudioBuffer<float> block (outputs, 480);
+        auto noise = TestSignals::noise (2, 480, 11);
+        for (int ch = 0; ch < 2; ++ch)
+            block.copyFrom (ch, 0, noise, ch, 0, 480);
+        h.processor->processBlock (block, midi);  // first block of this size
+
+        AllocationCounter::ScopedAllocationCheck check;
+        for (int i = 0; i < 200; ++i)
+        {
+            for (int ch = 0; ch < 2; ++ch)
+                block.copyFrom (ch, 0, noise, ch, 0, 480);
+            h.processor->processBlock (block, midi);
+        }
+        EXPECT_EQ (check.allocations(), 0u) << outputs << " outputs";
+    }
+}
