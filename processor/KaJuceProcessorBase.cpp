@@ -125,6 +125,15 @@ void KaJuceProcessorBase::registerParameters (std::vector<KaParameterInfo> infos
                 table.set (number, *stored);
         }
     }
+
+    constexpr const char* commandKeys[numCommands] = { "Undo", "Redo", "AB", "AtoB", "PresetNext", "PresetPrev", "ResetToPreset" };
+    for (int c = 0; c < numCommands; ++c)
+    {
+        const auto* info = table.findByKey (commandKeys[c]);
+        m_commandNumbers[(size_t) c] = info != nullptr && info->number >= KaParameterTable::firstTransient ? info->number : -1;
+    }
+
+    m_presetSlots.reset (getHostValues());
 }
 
 void KaJuceProcessorBase::setParameter (int number, float value) noexcept
@@ -169,6 +178,9 @@ void KaJuceProcessorBase::storeAndReact (int number, float value, bool userChang
             KaSettingsStore::getInstance().setFloat (table.info (number)->key, table.get (number));
     }
     record->userChanged.store (false);
+
+    if (number >= KaParameterTable::firstTransient && table.get (number) != 0.0f)
+        runCommandControl (number);
 }
 
 void KaJuceProcessorBase::setParameterNotifyingHost (int number, float value, bool userChange)
@@ -251,4 +263,23 @@ void KaJuceProcessorBase::postWarning (const juce::String& title, const juce::St
     if (juce::MessageManager::getInstanceWithoutCreating() != nullptr
         && juce::Desktop::getInstance().getDisplays().getPrimaryDisplay() != nullptr)
         juce::AlertWindow::showMessageBoxAsync (juce::MessageBoxIconType::WarningIcon, title, text);
+}
+
+void KaJuceProcessorBase::postQuestion (const juce::String& title, const juce::String& text, std::function<void (bool)> onAnswer)
+{
+    ++numWarningsPosted;
+    KaLog::write ("WARNING: " + text);
+
+    if (juce::MessageManager::getInstanceWithoutCreating() == nullptr
+        || juce::Desktop::getInstance().getDisplays().getPrimaryDisplay() == nullptr)
+        return;
+
+    // The box outlives nothing: an answer arriving after the processor has gone is dropped.
+    auto callback = [safe = juce::WeakReference<KaJuceProcessorBase> (this), onAnswer = std::move (onAnswer)] (int result)
+    {
+        if (safe.get() != nullptr && onAnswer)
+            onAnswer (result != 0);
+    };
+    juce::AlertWindow::showOkCancelBox (juce::MessageBoxIconType::WarningIcon, title, text, "OK", "Cancel", nullptr,
+                                        juce::ModalCallbackFunction::create (std::move (callback)));
 }

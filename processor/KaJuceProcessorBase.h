@@ -1,12 +1,16 @@
 #pragma once
 
 #include "processor/KaJuceChannelUser.h"
+#include "processor/KaJucePresetNavUndoableAction.h"
 #include "processor/KaParameterTable.h"
+#include "processor/KaPreset.h"
+#include "processor/KaPresetSlots.h"
 
 #include <juce_audio_processors/juce_audio_processors.h>
 
 #include <array>
 #include <atomic>
+#include <functional>
 
 class KaHostParameter;
 
@@ -17,7 +21,12 @@ class KaHostParameter;
     Parameter changes from the host arrive through setParameter (possibly on the audio thread);
     changes from inside the plug-in (editor, undo, presets, command line) through
     setParameterNotifyingHost on the message thread. Work that must not happen on the audio
-    thread (logging, host notification, settings writes) is queued and done by the timer. */
+    thread (logging, host notification, settings writes) is queued and done by the timer.
+
+    The base also keeps what an instance must never lose: the session state with its 46 program
+    slots and parameter-map versions, the preset files and the default preset, and the undo
+    history (it is its own undo manager) with the A/B comparison. All of that runs on the
+    message thread. */
 class KaJuceProcessorBase : public juce::AudioProcessor,
                             public juce::Timer,
                             public juce::UndoManager,
@@ -79,6 +88,94 @@ public:
 
     bool hasPersistentParamMapVersionChanged() const noexcept { return persistentMapVersionChanged; }
 
+    // Programs: the 46 slots kept in the session ---------------------------------------------
+    int getNumPrograms() override { return KaPresetSlots::numSlots; }
+    int getCurrentProgram() override { return m_presetSlots.getCurrent(); }
+    /** Keeps the live values in the slot left and makes the chosen slot's values live. */
+    void setCurrentProgram (int index) override;
+    const juce::String getProgramName (int index) override { return m_presetSlots.getName (index); }
+    void changeProgramName (int index, const juce::String& newName) override { m_presetSlots.setName (index, newName); }
+    KaPresetSlots& getPresetSlots() noexcept { return m_presetSlots; }
+    const KaPresetSlots& getPresetSlots() const noexcept { return m_presetSlots; }
+
+    // Session state and parameter-map versions --------------------------------------------------
+    void getStateInformation (juce::MemoryBlock& destData) override;
+    void setStateInformation (const void* data, int sizeInBytes) override;
+
+    /** Runs after a state or preset has been loaded: values saved by an earlier parameter map
+        are carried forward one version at a time; a newer map is loaded as it stands and warned
+        about once per process. Returns the version that was loaded. */
+    int checkParamMapVersionCompatibility();
+    static bool hasNewerVersionWarningBeenPosted() noexcept;
+
+    /** The earlier-version question: posted once per instance when a session of an earlier
+        map is loaded (presets are mapped silently: loading one changes no file). OK keeps the
+        overwrite-on-save switch on and lets the next save replace the old state; Cancel turns
+        it off and keeps the state as it was read, which every later save carries along in
+        "LOADEDFROMPREV". */
+    void askAboutEarlierVersion (const juce::String& earlierStateText);
+    bool isOverwriteOnSaveOn() const noexcept { return m_bOverwriteOnSave; }
+    const juce::String& getKeptEarlierState() const noexcept { return m_strKeptEarlierState; }
+    void keepEarlierState (const juce::String& text) { m_strKeptEarlierState = text; }
+
+    /** The instance-link attributes of the session document ("SENDSELECTOR" and friends). */
+    virtual void writeInstanceLinkState (juce::XmlElement&) const {}
+    virtual void readInstanceLinkState (const juce::XmlElement&) {}
+
+    /** The host parameters' live values, and applying a complete set of them (as loads do:
+        not a user change, announced to the host, remembered as the reference values). */
+    std::vector<float> getHostValues() const;
+    void applyHostValues (const std::vector<float>& values);
+    /** Copies the live values into the current program slot. */
+    void storeLiveValuesInCurrentSlot();
+
+    // Presets -------------------------------------------------------------------------------------
+    /** The preset the instance tracks: its file when one was loaded, saved or restored with the
+        session, "Default" for the stored default preset; no file when none. */
+    const KaPreset& getCurrentPreset() const noexcept { return m_currentPreset; }
+    bool tracksPresetFile() const noexcept { return m_currentPreset.isSet(); }
+    /** Starts tracking a preset without loading it (a restored session); names the current
+        program after it. An empty file stops tracking. */
+    void setTrackedPreset (const juce::String& folder, const juce::String& file);
+
+    /** Loads a preset file, or the stored default (no folder, file "Default"), as one undo
+        step. False when there is no such preset or it is not a preset file; nothing changes. */
+    bool loadPreset (const juce::String& folder, const juce::String& file);
+    bool loadPresetFile (const juce::File& file);
+    /** Saves the live values as a preset under names as shown; starts tracking it. */
+    bool savePreset (const juce::String& folderName, const juce::String& presetName);
+    /** Steps to the next (+1) or previous (-1) preset of the current folder, wrapping. */
+    bool stepPreset (int direction);
+    /** Brings back the tracked preset's saved values. */
+    bool resetToPreset();
+
+    void saveDefaultPreset();
+    bool hasDefaultPreset();
+    void clearDefaultPreset();
+
+    /** True once after anything replaced many values at once (preset, undo, A/B, program);
+        the editor then redraws everything. */
+    bool takeEditorRefresh() noexcept { return m_bEditorRefreshNeeded.exchange (false); }
+
+    // Undo, redo and A/B ----------------------------------------------------------------------------
+    /** The user's change from the editor, recorded for undo. Within a gesture (a mouse drag)
+        all changes of one parameter make one undo step; outside one every change is a step. */
+    void setParameterUndoable (int number, float value);
+    void beginUndoGesture();
+    void endUndoGesture();
+
+    /** A/B: swaps the setting heard with the one kept for comparison (at first a copy of the
+        setting heard). A to B: copies the setting heard into the other one. Both undoable. */
+    void compareAB();
+    void copyAToB();
+    bool isComparingB() const noexcept { return m_bComparingB; }
+    const std::vector<float>& getComparisonValues() const noexcept { return m_comparisonValues; }
+
+    // Called by the undoable actions.
+    bool goToPlace (const KaJucePresetNavUndoableAction::Place& place, const std::vector<float>* valuesAfter);
+    void exchangeComparison (const std::vector<float>& audible, const std::vector<float>& kept);
+    void replaceComparison (const std::vector<float>& kept);
+
     // juce::AudioProcessor ------------------------------------------------------------------
     const juce::String getName() const override;
     bool acceptsMidi() const override { return false; }
@@ -95,6 +192,21 @@ protected:
         reactions that need the message thread use deferToMessageThread(). */
     virtual void parameterChanged (int number, float value, bool userChange) = 0;
 
+    /** One step of carrying values of an earlier parameter map to the next version. */
+    virtual void performParamMappingToNextVersion (int oldVersion) = 0;
+
+    /** The product's factory presets, installed into "Installed" on first run. */
+    virtual std::vector<KaPreset> createFactoryPresets() const { return {}; }
+
+    /** Start-up of the preset side, at the end of the derived constructor: the preset folders,
+        the factory presets, and the stored default preset applied to the parameters. */
+    void restorePresetsAtStartup();
+
+    /** An OK/Cancel question for the user: logged as a warning and shown in a box when a
+        display exists; onAnswer (true for OK) runs on the message thread once answered, and
+        never after the processor has gone. */
+    virtual void postQuestion (const juce::String& title, const juce::String& text, std::function<void (bool ok)> onAnswer);
+
     /** Message-thread work the derived processor does in housekeeping. */
     virtual void onHousekeeping() {}
     /** The one-time set-up after the first block (start-up state 1 -> 2). */
@@ -110,6 +222,14 @@ private:
     void timerCallback() override;
     void storeAndReact (int number, float value, bool userChange);
     void flushAutomationLog();
+    void runCommandControl (int number);
+    void postNewerVersionWarning();
+    void applyPreset (const KaPreset& preset);
+    void trackPreset (KaPreset preset);
+    std::vector<float> getHostDefaults() const;
+    bool recordPresetMove (const KaJucePresetNavUndoableAction::Place& to, int moveKind);
+    KaJucePresetNavUndoableAction::Place currentPlace() const;
+    void afterManyValuesChanged();
 
     KaParameterTable table;
     std::vector<KaHostParameter*> hostParameters;  // owned by juce::AudioProcessor
@@ -127,11 +247,27 @@ private:
     static constexpr int maxHostParameters = 256;
     std::array<std::atomic<bool>, maxHostParameters> pendingHostNotify {};
 
+    KaPresetSlots m_presetSlots;
+    KaPreset m_currentPreset;
+    bool m_bOverwriteOnSave = true;
+    bool m_bEarlierVersionQuestionAsked = false;
+    juce::String m_strKeptEarlierState;
+    bool m_bInUndoGesture = false;
+    bool m_bComparingB = false;
+    std::vector<float> m_comparisonValues;
+    std::atomic<bool> m_bEditorRefreshNeeded { false };
+
+    /** The transient controls that run a command (Undo, Redo, AB, AtoB, PresetNext,
+        PresetPrev, ResetToPreset), found by key; -1 where the product has none. */
+    enum Command { commandUndo, commandRedo, commandAB, commandAtoB, commandNext, commandPrevious, commandReset, numCommands };
+    std::array<int, numCommands> m_commandNumbers {};
+
     // Automation log lines are queued lock-free on the audio thread and written by the timer.
     static constexpr int automationQueueSize = 256;
     struct AutomationEntry { int number; float value; };
     std::array<AutomationEntry, automationQueueSize> automationQueue {};
     std::atomic<int> automationWrite { 0 }, automationRead { 0 };
 
+    JUCE_DECLARE_WEAK_REFERENCEABLE (KaJuceProcessorBase)
     JUCE_DECLARE_NON_COPYABLE_WITH_LEAK_DETECTOR (KaJuceProcessorBase)
 };

@@ -3,8 +3,8 @@
 #include "processor/KaChannelRouting.h"
 #include "processor/KaHostDetection.h"
 #include "processor/KaLog.h"
+#include "processor/UpmixerFactoryPresets.h"
 #include "processor/UpmixerParameters.h"
-#include "processor/UpmixerSessionState.h"
 
 #include <cmath>
 
@@ -92,6 +92,7 @@ UpmixerProcessor::UpmixerProcessor()
     resolveRouting();
     m_upmixerAlgo.prepare (this, 48000.0f);
     checkNumInputChannels();
+    restorePresetsAtStartup();
 }
 
 UpmixerProcessor::~UpmixerProcessor() = default;
@@ -528,14 +529,37 @@ void UpmixerProcessor::onHousekeeping()
     updateLatency();
 }
 
-void UpmixerProcessor::getStateInformation (juce::MemoryBlock& destData)
+void UpmixerProcessor::writeInstanceLinkState (juce::XmlElement& root) const
 {
-    UpmixerSessionState::save (*this, destData);
+    root.setAttribute ("SENDSELECTOR", sendSelector);
 }
 
-void UpmixerProcessor::setStateInformation (const void* data, int sizeInBytes)
+void UpmixerProcessor::readInstanceLinkState (const juce::XmlElement& root)
 {
-    UpmixerSessionState::load (*this, data, sizeInBytes);
+    const int selector = root.getIntAttribute ("SENDSELECTOR", -1);
+    setSendSelector (selector < 0 ? -1 : selector);
+}
+
+void UpmixerProcessor::performParamMappingToNextVersion (int oldVersion)
+{
+    KaLog::write ("UpmixerProcessor::performParamMappingToNextVersion: nOldPluginVersion=" + juce::String (oldVersion));
+    // Switches whose default changed with a map version are turned off for values saved before
+    // it, so that an old session sounds the way it was made.
+    if (oldVersion < 2)
+    {
+        setParameterNotifyingHost (ExcludeC, 0.0f, false);
+        setParameterNotifyingHost (ExcludeLfe, 0.0f, false);
+    }
+    if (oldVersion < 3)
+    {
+        setParameterNotifyingHost (ExtendedVerticalParamRange, 0.0f, false);
+        setParameterNotifyingHost (SwitchedMultiInputFadeAlgo, 0.0f, false);
+    }
+}
+
+std::vector<KaPreset> UpmixerProcessor::createFactoryPresets() const
+{
+    return UpmixerFactoryPresets::create (getParameterTable());
 }
 
 void UpmixerProcessor::offlineAnalysisBegin (int numInputChannels) { offline.analysisBegin (numInputChannels, currentSampleRate); }

@@ -35,15 +35,6 @@ public:
     bool hasEditor() const override { return editorFactory != nullptr; }
     juce::AudioProcessorEditor* createEditor() override;
 
-    int getNumPrograms() override { return 1; }
-    int getCurrentProgram() override { return 0; }
-    void setCurrentProgram (int) override {}
-    const juce::String getProgramName (int) override { return "Default"; }
-    void changeProgramName (int, const juce::String&) override {}
-
-    void getStateInformation (juce::MemoryBlock& destData) override;
-    void setStateInformation (const void* data, int sizeInBytes) override;
-
     // UpmixerAlgoInterface --------------------------------------------------------------------
     KaProfiler* getProfiler() noexcept override { return &profiler; }
     float getParameterValue (int number) const noexcept override { return getParameterTable().get (number); }
@@ -82,9 +73,15 @@ public:
     /** The routing a MixType choice selects, or -1 for the host's own order. */
     static int routingForMixType (int choice, int pluginType) noexcept;
 
+    // Session state: the instance-link attributes ("SENDSELECTOR").
+    void writeInstanceLinkState (juce::XmlElement& root) const override;
+    void readInstanceLinkState (const juce::XmlElement& root) override;
+
 protected:
     void parameterChanged (int number, float value, bool userChange) override;
     void onHousekeeping() override;
+    void performParamMappingToNextVersion (int oldVersion) override;
+    std::vector<KaPreset> createFactoryPresets() const override;
 
 private:
     struct LayoutInfo

@@ -1,0 +1,71 @@
+#include "processor/KaDefaultPreset.h"
+#include "processor/KaSettingsStore.h"
+
+#include <cmath>
+
+namespace KaDefaultPreset
+{
+    namespace
+    {
+        juce::String keyFor (const KaParameterTable& table, int number) { return keyPrefix + table.info (number)->name; }
+
+        std::optional<float> storedValue (KaSettingsStore& store, const KaParameterTable& table, int number)
+        {
+            const auto value = store.getFloat (keyFor (table, number));
+            if (! value.has_value() || std::isnan (*value) || *value == missingMarker)
+                return std::nullopt;
+            return value;
+        }
+    }
+
+    void save (KaSettingsStore& store, const KaParameterTable& table, const juce::String& folder, const juce::String& file)
+    {
+        for (int n = 0; n < table.getNumHostParameters(); ++n)
+            store.setFloat (keyFor (table, n), table.get (n));
+
+        if (file.isNotEmpty())
+        {
+            store.setString (folderKey, folder);
+            store.setString (fileKey, file);
+        }
+        else
+        {
+            store.remove (folderKey);
+            store.remove (fileKey);
+        }
+    }
+
+    bool has (KaSettingsStore& store, const KaParameterTable& table)
+    {
+        for (int n = 0; n < table.getNumHostParameters(); ++n)
+            if (storedValue (store, table, n).has_value())
+                return true;
+        return false;
+    }
+
+    void clear (KaSettingsStore& store, const KaParameterTable& table)
+    {
+        for (int n = 0; n < table.getNumHostParameters(); ++n)
+            store.remove (keyFor (table, n));
+    }
+
+    std::optional<std::vector<float>> load (KaSettingsStore& store, const KaParameterTable& table)
+    {
+        std::vector<float> values;
+        bool any = false;
+        for (int n = 0; n < table.getNumHostParameters(); ++n)
+        {
+            const auto stored = storedValue (store, table, n);
+            any = any || stored.has_value();
+            values.push_back (stored.has_value() ? juce::jlimit (0.0f, 1.0f, *stored) : table.getDefault (n));
+        }
+        if (! any)
+            return std::nullopt;
+        return values;
+    }
+
+    std::pair<juce::String, juce::String> presetOf (KaSettingsStore& store)
+    {
+        return { store.getString (folderKey).value_or (juce::String()), store.getString (fileKey).value_or (juce::String()) };
+    }
+}
