@@ -1,5 +1,7 @@
 #include "app/UpmixRenderer.h"
 #include "processor/KaChannelRouting.h"
+#include "processor/KaPresetFile.h"
+#include "processor/KaPresetLibrary.h"
 #include "processor/UpmixerProcessor.h"
 
 #include <cmath>
@@ -70,6 +72,18 @@ namespace
         return {};
     }
 
+    juce::String applyPreset (UpmixerProcessor& processor, const juce::String& nameOrFile)
+    {
+        const auto library = KaPresetLibrary::standard();
+        const auto file = library.find (nameOrFile);
+        if (! file.existsAsFile())
+            return "unknown preset '" + nameOrFile + "': no such file, and no preset of that name in "
+                   + library.getRoot().getFullPathName();
+        if (! file.hasFileExtension (KaPresetFile::extension) || ! processor.loadPresetFile (file))
+            return "cannot load preset '" + file.getFullPathName() + "': not an Orrin Upmix preset file (.nap)";
+        return {};
+    }
+
     double toDb (double x) { return x > 1.0e-10 ? 20.0 * std::log10 (x) : -200.0; }
 }
 
@@ -121,6 +135,10 @@ UpmixRenderer::Result UpmixRenderer::render (const Options& options)
     buses.outputBuses.add (layout.pluginSet);
     if (! processor.setBusesLayout (buses))
         return result.error = "the processor refused the layout " + options.layout, result;
+
+    if (options.preset.isNotEmpty())
+        if (const auto error = applyPreset (processor, options.preset); error.isNotEmpty())
+            return result.error = error, result;
 
     for (const auto& setting : options.settings)
         if (const auto error = applySetting (processor, setting); error.isNotEmpty())

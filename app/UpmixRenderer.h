@@ -19,6 +19,7 @@ public:
         juce::File input;
         juce::File output;
         juce::String layout = "7.1.2";
+        juce::String preset;                 // a .nap file or a preset's name; applied before settings
         std::vector<juce::String> settings;  // "Key=value", applied in order
         int bits = 32;                       // 16, 24, or 32 (float)
         int blockSize = 1024;
