@@ -61,14 +61,16 @@ public:
     /** Audio thread; allocates only to grow. Appends numSamples zeros on every channel. */
     virtual void writeSilence (int numSamples);
 
-    /** Audio thread, no allocation: peek() then consume(); returns the samples delivered. */
+    /** Audio thread, no allocation (up to 32 channels): peek() then consume(); returns the
+        samples delivered. */
     virtual int read (float** dest, int numChannels, int numSamples) noexcept;
 
     /** Audio thread, no allocation: peek() then consume(); returns the samples delivered. */
     virtual int read (juce::AudioSampleBuffer& dest, int numSamples) noexcept;
 
-    /** Audio thread, no allocation: copies up to numSamples of the oldest ready samples to dest
-        without consuming them; returns how many. Samples of dest past that count are left as they were. */
+    /** Audio thread, no allocation (up to 32 channels): copies up to numSamples of the oldest
+        ready samples to dest without consuming them; returns how many. Samples of dest past that
+        count are left as they were. */
     virtual int peek (float** dest, int numChannels, int numSamples) noexcept;
 
     /** Audio thread, no allocation: the buffer form of peek(). */

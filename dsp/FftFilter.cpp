@@ -1,12 +1,12 @@
 #include "dsp/FftFilter.h"
 
-FftFilter::FftFilter (int fftSize, FftFilterCallBack::Ptr callbackIn, int numChannelsIn)
-    : FreqDomainOperator (fftSize),
+FftFilter::FftFilter (int fftSizeIn, FftFilterCallBack::Ptr callbackIn, int numChannelsIn)
+    : FreqDomainOperator (fftSizeIn),
       numChannels (std::max (0, numChannelsIn)),
       inputBuffer (numChannels),
       outputBuffer (numChannels),
-      frameBuffer (numChannels, std::max (1, fftSize)),
-      spectra (new FreqDataStore<Complex> (numChannels, fftSize)),
+      frameBuffer (numChannels, std::max (1, fftSizeIn)),
+      spectra (new FreqDataStore<Complex> (numChannels, fftSizeIn)),
       callback (std::move (callbackIn))
 {
     frameBuffer.clear();
@@ -25,7 +25,7 @@ int FftFilter::getLatencySamples() const noexcept
 
 void FftFilter::setWindowType (int type)
 {
-    const std::lock_guard<std::mutex> lock (windowMutex);
+    const std::lock_guard<std::mutex> windowLock (windowMutex);
     const int slot = (type >= 0 && type < numWindowSlots - 1) ? type : numWindowSlots - 1;
 
     if (windows[(size_t) slot] == nullptr)

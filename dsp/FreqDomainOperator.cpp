@@ -55,7 +55,7 @@ void FreqDomainOperator::forward (int n, Complex* out, const Sample* in) noexcep
     // Bins 0 and N / 2 of a real signal are real; FFTW already writes 0 there, this makes the
     // guarantee independent of the kernel.
     packed[0].im = 0.0;
-    packed[n / 2].im = 0.0;
+    packed[(size_t) n / 2].im = 0.0;
     std::copy (packed.get(), packed.get() + n / 2 + 1, out);
 }
 
@@ -70,12 +70,12 @@ void FreqDomainOperator::inverse (int n, const Complex* in, Sample* out) noexcep
     std::copy (in, in + n / 2 + 1, packed.get());
     // The imaginary parts of bins 0 and N / 2 have no place in a real signal's spectrum.
     packed[0].im = 0.0;
-    packed[n / 2].im = 0.0;
+    packed[(size_t) n / 2].im = 0.0;
     FftPlans::get().inverse (n, packed.get(), timeData.get());
 
     const double scale = 1.0 / (double) n;
     for (int i = 0; i < n; ++i)
-        out[i] = (Sample) (timeData[i] * scale);
+        out[i] = (Sample) (timeData[(size_t) i] * scale);
 }
 
 void FreqDomainOperator::forwardTransform (int n, Complex* out, const float* in) noexcept
