@@ -54,9 +54,9 @@ namespace KaChannelRouting
             inverseBuilt.store (true, std::memory_order_release);
             return instance;
         }
-
-        bool isHeightRenamed (int routing) noexcept { return routing == 17 || routing == 18 || routing == 24 || routing == 25; }
     }
+
+    bool hasTopFrontHeights (int routing) noexcept { return routing == 17 || routing == 18 || routing == 24 || routing == 25; }
 
     int kindAtPosition (int routing, int position) noexcept
     {
@@ -85,9 +85,9 @@ namespace KaChannelRouting
     juce::String kindName (int kind, int routing)
     {
         static const char* const names[numKinds] = { "L", "R", "C", "LFE", "Ls", "Rs", "Lsr", "Rsr", "Lts", "Rts", "Trl", "Trr" };
-        if (kind == kindLts && isHeightRenamed (routing))
+        if (kind == kindLts && hasTopFrontHeights (routing))
             return "Tfl";
-        if (kind == kindRts && isHeightRenamed (routing))
+        if (kind == kindRts && hasTopFrontHeights (routing))
             return "Tfr";
         if (kind < 0 || kind >= numKinds)
             return "X";
@@ -188,25 +188,29 @@ namespace KaChannelRouting
 
         // JUCE's wrappers hand every format over in JUCE's own channel order, whatever the host's
         // native order, so the routing that matches the delivered order places each channel on
-        // its speaker. The per-type column is kept for wrappers that pass the host order through.
-        if (isAllowedForWidth (deliveredRouting, width))
+        // its speaker, even where that order is not among the width's choices (JUCE's 7.1.4 puts
+        // the heights before the rears). The per-type column is kept for wrappers that pass the
+        // host order through unnamed.
+        if (deliveredRouting >= 0 && deliveredRouting < numRoutings)
             return { deliveredRouting, true };
 
         return { fallbackForType (width, pluginType), true };
     }
 
-    int routingMatchingKinds (const int* kinds, int numChannels) noexcept
+    int routingMatchingKinds (const int* kinds, int numChannels, bool frontHeights) noexcept
     {
         if (numChannels <= 0 || numChannels > rowLength)
             return -1;
+        int best = -1, bestScore = -1;
         for (int r = 0; r < numRoutings; ++r)
         {
-            if (! isAllowedForWidth (r, numChannels))
-                continue;
             const auto& row = table[(size_t) r];
-            if (std::equal (kinds, kinds + numChannels, row.begin()))
-                return r;
+            if (! std::equal (kinds, kinds + numChannels, row.begin()))
+                continue;
+            const int score = (isAllowedForWidth (r, numChannels) ? 2 : 0) + (isHeightRenamed (r) == frontHeights ? 1 : 0);
+            if (score > bestScore)
+                best = r, bestScore = score;
         }
-        return -1;
+        return best;
     }
 }

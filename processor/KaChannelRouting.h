@@ -44,6 +44,10 @@ namespace KaChannelRouting
     /** The inverse table has been built (it is built once, on first use, process-wide). */
     bool isInverseTableBuilt() noexcept;
 
+    /** Whether kinds 8 and 9 are the top front pair (Tfl, Tfr) rather than the top side pair
+        under routing r: routing numbers 17, 18, 24 and 25. */
+    bool hasTopFrontHeights (int routing) noexcept;
+
     /** Name of a kind; kinds 8 and 9 are "Tfl" and "Tfr" under routing numbers 17, 18, 24, 25. */
     juce::String kindName (int kind, int routing = 0);
 
@@ -74,7 +78,8 @@ namespace KaChannelRouting
         receives (or -1 when unknown). */
     Resolution resolveRouting (int width, int routingChoice, int defaultSetting, int pluginType, int deliveredRouting) noexcept;
 
-    /** The first routing number allowed for the width whose first n positions carry exactly the
-        given kinds, or -1. */
-    int routingMatchingKinds (const int* kinds, int numChannels) noexcept;
+    /** The routing number whose first n positions carry exactly the given kinds, or -1. Among
+        several, one allowed for the width n is preferred, then one that names kinds 8 and 9 as
+        the channel types do (front heights "Tfl"/"Tfr", or "Lts"/"Rts"). */
+    int routingMatchingKinds (const int* kinds, int numChannels, bool frontHeights = false) noexcept;
 }

@@ -2,7 +2,7 @@
 #include "processor/KaJuceProcessorBase.h"
 
 KaHostParameter::KaHostParameter (KaJuceProcessorBase& o, const KaParameterInfo& i)
-    : owner (o), info (i), number (i.number)
+    : juce::AudioProcessorParameterWithID (juce::ParameterID { i.key, 1 }, i.name), owner (o), info (i), number (i.number)
 {
 }
 
@@ -32,5 +32,3 @@ int KaHostParameter::getNumSteps() const
 bool KaHostParameter::isDiscrete() const { return info.kind == KaParamKind::toggle; }
 
 bool KaHostParameter::isBoolean() const { return info.kind == KaParamKind::toggle; }
-
-juce::String KaHostParameter::getParameterID() const { return info.key; }

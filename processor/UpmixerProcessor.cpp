@@ -97,6 +97,11 @@ UpmixerProcessor::UpmixerProcessor()
 
 UpmixerProcessor::~UpmixerProcessor() = default;
 
+juce::AudioProcessorParameter* UpmixerProcessor::getBypassParameter() const
+{
+    return getParameters()[Bypass];
+}
+
 juce::AudioProcessorEditor* UpmixerProcessor::createEditor()
 {
     return editorFactory != nullptr ? editorFactory (*this) : nullptr;
@@ -139,10 +144,23 @@ void UpmixerProcessor::buildLayout (const BusesLayout* buses, int numIn, int num
         outKinds[(size_t) i] = kindOf (buses->getMainOutputChannelSet().getTypeOfChannel (i));
         typed = outKinds[(size_t) i] >= 0;
     }
+    bool frontHeights = false;
+    for (int i = 0; typed && i < numOut; ++i)
+    {
+        const auto type = buses->getMainOutputChannelSet().getTypeOfChannel (i);
+        frontHeights = frontHeights || type == juce::AudioChannelSet::topFrontLeft || type == juce::AudioChannelSet::topFrontRight;
+    }
     if (! typed)
+    {
+        // Unnamed channels: assume JUCE's own orders. Its sets list channels by type, so 5.1 to
+        // 7.1.2 run L R C LFE Ls Rs Lsr Rsr (Lts Rts), while 7.1.4 puts its front and rear
+        // heights before the rear surrounds.
+        static constexpr int juce714[maxChannels] = { 0, 1, 2, 3, 4, 5, 8, 9, 10, 11, 6, 7 };
+        frontHeights = numOut >= 11;
         for (int i = 0; i < maxChannels; ++i)
-            outKinds[(size_t) i] = i;  // JUCE's order of 5.1 .. 7.1.4 is L R C LFE Ls Rs Lsr Rsr then heights
-    layout.deliveredRouting = Routing_::routingMatchingKinds (outKinds.data(), juce::jmin (numOut, maxChannels));
+            outKinds[(size_t) i] = frontHeights ? juce714[i] : i;
+    }
+    layout.deliveredRouting = Routing_::routingMatchingKinds (outKinds.data(), juce::jmin (numOut, maxChannels), frontHeights);
 
     // Input: named speakers by their type; discrete channels in the engine's native orders.
     const int n = juce::jmin (layout.numInputs, 10);

@@ -33,6 +33,8 @@ public:
     void numChannelsChanged() override;
 
     bool hasEditor() const override { return editorFactory != nullptr; }
+    /** The host's bypass switch is the plug-in's own Bypass parameter. */
+    juce::AudioProcessorParameter* getBypassParameter() const override;
     juce::AudioProcessorEditor* createEditor() override;
 
     // UpmixerAlgoInterface --------------------------------------------------------------------

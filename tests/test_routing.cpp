@@ -4,7 +4,8 @@
 // - naming: Tfl/Tfr only under 17, 18, 24, 25; routing 14 drops Lsr, Rsr, Trl, Trr; 23 has "X";
 // - host-layout names;
 // - resolution: allowed sets per width, default settings, per-type fallbacks, the host-format
-//   choice, and JUCE's delivered orders (5.1 -> 1, 7.1 -> 4, 7.1.2 -> 16, 7.1.4 -> 25).
+//   choice, and JUCE's delivered orders (5.1 -> 1, 7.1 -> 4, 7.1.2 -> 16; JUCE's 7.1.4 lists its
+//   heights before the rears, which only routing 18 describes with front-height names).
 #include "processor/KaChannelRouting.h"
 
 #include <gtest/gtest.h>
@@ -124,6 +125,10 @@ TEST (Routing, DeliveredOrderDecidesFallbackAndHostChoice)
     EXPECT_EQ (routingMatchingKinds (smpte, 8), 4);
     EXPECT_EQ (routingMatchingKinds (smpte, 10), 16);
     EXPECT_EQ (routingMatchingKinds (smpte, 12), 25);
+    const int juce714[12] = { 0, 1, 2, 3, 4, 5, 8, 9, 10, 11, 6, 7 };
+    EXPECT_EQ (routingMatchingKinds (juce714, 12, true), 18);
+    EXPECT_EQ (routingMatchingKinds (juce714, 12, false), 1);
+    EXPECT_EQ (routingMatchingKinds (smpte, 6, true), 18);  // allowed at 6 and names Tfl
     const int film[6] = { 0, 2, 1, 4, 5, 3 };
     EXPECT_EQ (routingMatchingKinds (film, 6), 0);
     const int nonsense[6] = { 5, 5, 5, 5, 5, 5 };
@@ -135,6 +140,10 @@ TEST (Routing, DeliveredOrderDecidesFallbackAndHostChoice)
     auto r = resolveRouting (10, routingFromHost, 100, typeVst3, 16);
     EXPECT_EQ (r.routing, 16);
     EXPECT_FALSE (r.storeBack);
-    // A delivered order not allowed for the width falls through to the per-type column.
-    EXPECT_EQ (resolveRouting (10, routingFromHost, 100, typeAax, 4).routing, 15);
+    // The delivered order wins even where the width's choices do not list it (7.1.4).
+    r = resolveRouting (12, 100, -1, typeVst3, 18);
+    EXPECT_EQ (r.routing, 18);
+    EXPECT_TRUE (r.storeBack);
+    // Without a delivered order the per-type column decides.
+    EXPECT_EQ (resolveRouting (10, routingFromHost, 100, typeAax, -1).routing, 15);
 }

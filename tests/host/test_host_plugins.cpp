@@ -31,14 +31,17 @@ TEST_P (HostPlugins, ParametersProgramsAndLatency)
     auto plugin = HostPluginLoader::load (GetParam());
     ASSERT_NE (plugin, nullptr) << HostPluginLoader::nameOf (GetParam());
 
+    // The plug-in's own 139; a VST3 with several programs may add its program-change parameter.
     const auto& params = plugin->getParameters();
-    ASSERT_EQ (params.size(), 139);
+    ASSERT_GE (params.size(), 139);
+    ASSERT_LE (params.size(), GetParam() == Format::vst3 && plugin->getNumPrograms() > 1 ? 140 : 139);
     EXPECT_EQ (params[0]->getName (100), "Channel Routing");
     EXPECT_EQ (params[20]->getName (100), "LFE");
     EXPECT_EQ (params[27]->getName (100), "Diffusion");
     EXPECT_EQ (params[55]->getName (100), "Trim L");
     EXPECT_EQ (params[94]->getName (100), "Solo Trr");
     EXPECT_EQ (params[138]->getName (100), "Switched Multi Input Fade Algo");
+    EXPECT_EQ (params[37]->getName (100), "Bypass");
 
     for (int i = 0; i < plugin->getNumPrograms(); ++i)
         EXPECT_TRUE (plugin->getProgramName (i).isNotEmpty()) << "program " << i;
