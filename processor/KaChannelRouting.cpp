@@ -207,7 +207,7 @@ namespace KaChannelRouting
             const auto& row = table[(size_t) r];
             if (! std::equal (kinds, kinds + numChannels, row.begin()))
                 continue;
-            const int score = (isAllowedForWidth (r, numChannels) ? 2 : 0) + (isHeightRenamed (r) == frontHeights ? 1 : 0);
+            const int score = (isAllowedForWidth (r, numChannels) ? 2 : 0) + (hasTopFrontHeights (r) == frontHeights ? 1 : 0);
             if (score > bestScore)
                 best = r, bestScore = score;
         }
