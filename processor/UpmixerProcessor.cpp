@@ -261,6 +261,7 @@ void UpmixerProcessor::prepareToPlay (double sampleRate, int maximumExpectedSamp
     }
     inputGain.fill (1.0f);
     outputGain.fill (1.0f);
+    m_observers.prepare (maxBlock);
     monitor.reset (UpmixerMonitor::selectMode (getParameterTable()));
 
     const auto buses = getBusesLayout();
@@ -435,6 +436,7 @@ void UpmixerProcessor::processChunk (float* const* host, int numHostChannels, in
 
     if (! bypass)
         applyInputTrims (host, numInputs, numSamples);
+    m_observers.feedSource (host, numInputs, numSamples);
     copyInputsToEngine (host, numInputs, numSamples);
 
     m_upmixerAlgo.setOutputLayout (routing);
@@ -444,6 +446,7 @@ void UpmixerProcessor::processChunk (float* const* host, int numHostChannels, in
 
     applyOutputGains (numSamples);
     computeDownmix (numSamples);
+    feedObservers (numSamples);
 
     const int numOutputs = juce::jmin (getTotalNumOutputChannels(), numHostChannels, maxChannels);
     UpmixerMonitor::Signals signals;
@@ -461,6 +464,19 @@ void UpmixerProcessor::processChunk (float* const* host, int numHostChannels, in
     if (sendSelector != -1)
         for (int ch = 0; ch < numOutputs; ++ch)
             sendDelay[(size_t) ch].processInPlace (host[ch], numSamples);
+}
+
+void UpmixerProcessor::feedObservers (int numSamples) noexcept
+{
+    UpmixerObservers::Signals signals;
+    signals.upmix = engineBuffer.getArrayOfWritePointers();
+    signals.numUpmix = engineOutputs;
+    signals.source = sourceBuffer.getArrayOfWritePointers();
+    signals.numSource = maxChannels;
+    signals.downmix = downmixBuffer.getArrayOfWritePointers();
+    signals.delta = deltaBuffer.getArrayOfWritePointers();
+    signals.routing = getCurrentRouting();
+    m_observers.feedOutputs (signals, numSamples);
 }
 
 int UpmixerProcessor::routingForMixType (int choice, int pluginType) noexcept
@@ -526,6 +542,7 @@ void UpmixerProcessor::parameterChanged (int number, float value, bool userChang
                     verticalSnapshot[(size_t) i] = t.get (verticalGroup[i]);
             break;
         case AutomationLogging: setAutomationLogging (value != 0.0f); break;
+        case PanelIO: m_observers.resetSourceMeters(); break;
         case Test: setTestFlag (value != 0.0f); break;
         case ShowExtraOutputOptions:
             if (userChange)

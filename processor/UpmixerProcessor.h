@@ -1,5 +1,6 @@
 #pragma once
 
+#include "analysis/UpmixerObservers.h"
 #include "dsp/CDelayFilter.h"
 #include "engine/KaProfiler.h"
 #include "engine/UpmixerAlgo.h"
@@ -68,6 +69,9 @@ public:
     const UpmixerMonitor& getMonitor() const noexcept { return monitor; }
     UpmixerAlgo m_upmixerAlgo;
 
+    /** The meters and analysers the block path feeds; displays and the command line read them. */
+    const UpmixerObservers& getObservers() const noexcept { return m_observers; }
+
     /** Installed by the plug-in formats, which link the editor; the command line and the
         tests run without one. */
     static std::function<juce::AudioProcessorEditor* (UpmixerProcessor&)> editorFactory;
@@ -101,6 +105,7 @@ private:
     void copyInputsToEngine (float* const* host, int numInputs, int numSamples) noexcept;
     void applyOutputGains (int numSamples) noexcept;
     void computeDownmix (int numSamples) noexcept;
+    void feedObservers (int numSamples) noexcept;
     void updateLatency();
     void carryLinked (int changed, const int* group, int groupSize, float* snapshot);
     bool isLinkAvailable (int number) const noexcept;
@@ -109,6 +114,7 @@ private:
     KaProfiler profiler;
     UpmixerMonitor monitor;
     UpmixerOfflineRender offline;
+    UpmixerObservers m_observers { *this };
 
     LayoutInfo layout;
     std::atomic<int> currentRouting { 1 };
