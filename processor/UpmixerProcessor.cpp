@@ -93,6 +93,10 @@ UpmixerProcessor::UpmixerProcessor()
     m_upmixerAlgo.prepare (this, 48000.0f);
     checkNumInputChannels();
     restorePresetsAtStartup();
+
+    // Hosts ask for the latency before they prepare the plug-in.
+    reportedLatency = -1;
+    updateLatency();
 }
 
 UpmixerProcessor::~UpmixerProcessor() = default;

@@ -38,6 +38,16 @@ namespace HostPluginLoader
         return instance;
     }
 
+    /** The index of a parameter by display name (hosts may list parameters in their own order). */
+    inline int indexOf (juce::AudioPluginInstance& p, const juce::String& name)
+    {
+        const auto& params = p.getParameters();
+        for (int i = 0; i < params.size(); ++i)
+            if (params[i]->getName (100) == name)
+                return i;
+        return -1;
+    }
+
     /** Sets a host parameter by index as a host's automation would. */
     inline void setParameter (juce::AudioPluginInstance& p, int index, float value)
     {
