@@ -61,7 +61,10 @@ private:
 
     // FFTW's aligned allocations: the shared plans may only run on such arrays.
     std::atomic<int> fftSize;
-    std::unique_ptr<Complex[], FftwFree> packed;   // the fftSize / 2 + 1 bins
+    // FFTW's r2c layout, bins 0 ... N / 2 as (re, im) pairs: the same information as a packed
+    // half-complex array of N doubles (whose two missing slots are the zero imaginary parts of
+    // bins 0 and N / 2), in the order the spectra are handed out.
+    std::unique_ptr<Complex[], FftwFree> packed;
     std::unique_ptr<double[], FftwFree> timeData;  // fftSize samples
     juce::CriticalSection lock;
 };
