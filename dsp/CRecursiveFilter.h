@@ -77,18 +77,19 @@ protected:
     int historyIndex = 0;
 };
 
-/** A second-order section designed from frequency, q and linear gain A, in nine response types:
+/** A second-order section designed from frequency, q and a linear gain, in nine response types:
 
       0 peaking, 1 low shelf, 2 high shelf, 3 low-pass, 4 high-pass, 5 band-pass (peak gain q),
-      6 notch                      the audio-EQ-cookbook forms (R. Bristow-Johnson), A as given;
+      6 notch                      the audio-EQ-cookbook forms (R. Bristow-Johnson);
       7 resonant band-pass,
       8 resonant band-reject       two-pole designs on g = f / fs directly, pole radius
                                    r = 1 - 3g / (10.1 q) for 7 and 1 - 3g / (10.1 q + 0.1) for 8.
 
-    A is a linear amplitude used where the cookbook puts 10^(dB/40): a shelf therefore settles at
-    A squared at its far end, and a peaking filter reaches A squared at its centre. A shelf asked
-    for with A exactly 0 becomes the opposite pass filter (low shelf: high-pass; high shelf:
-    low-pass). The design runs in single precision with 2 pi as the float 6.2831855.
+    The gain is the linear amplitude a shelf settles at on its far end, or a peaking filter reaches
+    at its centre (0.8 cuts by 0.8, about -1.9 dB): the cookbook's A, 10^(dB/40), is its square
+    root, so that a control labelled in dB does what it says. A shelf asked for with gain exactly
+    0 becomes the opposite pass filter (low shelf: high-pass; high shelf: low-pass). The design
+    runs in single precision with 2 pi as the float 6.2831855.
 */
 template <typename T>
 class CRecursiveFilterBiquad : public CRecursiveFilter<T>
@@ -197,7 +198,7 @@ private:
     void design() noexcept
     {
         const float c = cosOmega;
-        const float a = gain;
+        const float a = std::sqrt (std::max (0.0f, gain));  // the cookbook's A
         const float s = 2.0f * std::sqrt (a) * alpha;
 
         switch (type)
@@ -245,7 +246,7 @@ private:
     }
 };
 
-/** Cookbook low shelf (type 1): unity at high frequencies, A squared towards DC. */
+/** Cookbook low shelf (type 1): unity at high frequencies, the gain towards DC. */
 template <typename T>
 class CRecursiveFilterBiquadLowShelf : public CRecursiveFilterBiquad<T>
 {
@@ -254,7 +255,7 @@ public:
     CRecursiveFilterBiquadLowShelf() noexcept : CRecursiveFilterBiquad<T> (CRecursiveFilterBiquad<T>::lowShelf) {}
 };
 
-/** Cookbook high shelf (type 2): unity at DC, A squared towards Nyquist. */
+/** Cookbook high shelf (type 2): unity at DC, the gain towards Nyquist. */
 template <typename T>
 class CRecursiveFilterBiquadHighShelf : public CRecursiveFilterBiquad<T>
 {

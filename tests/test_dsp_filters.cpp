@@ -2,9 +2,10 @@
 // Cases:
 //  - low-pass at 7 kHz / 48 kHz: unity at DC, -3 dB at the corner for q = 1/sqrt 2, 0 dB there
 //    for q = 1, falling above; high-pass the mirror image (float and double agree);
-//  - shelves: unity at one end and A squared (the cookbook's A = 10^(dB/40)) at the far end, for
-//    cut and boost; a shelf with A = 0 is sample for sample the opposite pass filter;
-//  - peaking reaches A squared at its centre; band-pass (type 5) peaks at q; notch nulls;
+//  - shelves: unity at one end and the given linear gain at the far end (a high shelf of 0.8
+//    ends at 0.8), for cut and boost, half of it in dB at the shelf frequency; a shelf with
+//    gain 0 is sample for sample the opposite pass filter;
+//  - peaking reaches the given gain at its centre; band-pass (type 5) peaks at q; notch nulls;
 //  - narrow-band designs: type 7 passes its centre at unity and blocks DC, type 8 nulls its
 //    centre and passes DC, and each rings with the pole radius of its own bandwidth term
 //    (10.1 q for 7, 10.1 q + 0.1 for 8);
@@ -131,15 +132,15 @@ TEST (DspFilter, ShelvesReachTheirGainAtTheFarEndAndUnityAtTheOther)
         // leaves some coefficient rounding in the DC gain.
         auto high = designed<CRecursiveFilterBiquadHighShelf> (2000.0f, 1.0f, a);
         EXPECT_NEAR (dB (dcGain (high)), 0.0, 0.02);
-        EXPECT_NEAR (dB (nyquistGain (high)), dB (a * a), 0.02);
+        EXPECT_NEAR (dB (nyquistGain (high)), dB (a), 0.02);
 
         auto low = designed<CRecursiveFilterBiquadLowShelf> (200.0f, 1.0f, a);
-        EXPECT_NEAR (dB (dcGain (low)), dB (a * a), 0.02);
+        EXPECT_NEAR (dB (dcGain (low)), dB (a), 0.02);
         EXPECT_NEAR (dB (nyquistGain (low)), 0.0, 0.02);
 
         // Halfway in dB at the shelf frequency (the cookbook shelf's midpoint).
         auto mid = designed<CRecursiveFilterBiquadHighShelf> (2000.0f, 1.0f, a);
-        EXPECT_NEAR (dB (toneGain (mid, 2000.0)), dB (a), 0.02);
+        EXPECT_NEAR (dB (toneGain (mid, 2000.0)), dB (a) / 2.0, 0.02);
     }
 }
 
@@ -161,7 +162,7 @@ TEST (DspFilter, ShelfWithGainZeroIsTheOppositePassFilter)
 TEST (DspFilter, PeakingBandPassAndNotch)
 {
     auto peak = designedType (0, 1000.0f, 2.0f, 1.5f);
-    EXPECT_NEAR (toneGain (peak, 1000.0), 1.5 * 1.5, 1e-3);
+    EXPECT_NEAR (toneGain (peak, 1000.0), 1.5, 1e-3);
     EXPECT_NEAR (dcGain (peak), 1.0, 1e-4);
     EXPECT_NEAR (nyquistGain (peak), 1.0, 1e-4);
 
