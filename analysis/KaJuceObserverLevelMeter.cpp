@@ -79,7 +79,7 @@ float KaJuceObserverLevelMeter::getLevelDb() noexcept
 {
     float p = m_fPeak.load (relaxed);
     if (p == floorValue)
-        p = m_fLastPeak.load (relaxed);  // no block since the last reading: the display falls
+        p = m_fLastPeak.load (relaxed);  // no block since the last reading: the last peak stands
     else
         m_fLastPeak.store (p, relaxed);
     const float db = KaDecibels::fromGain (p);
