@@ -20,19 +20,21 @@ namespace KaDefaultPreset
 
     void save (KaSettingsStore& store, const KaParameterTable& table, const juce::String& folder, const juce::String& file)
     {
+        std::vector<KaSettingsStore::Change> changes;
         for (int n = 0; n < table.getNumHostParameters(); ++n)
-            store.setFloat (keyFor (table, n), table.get (n));
+            changes.push_back (KaSettingsStore::floatChange (keyFor (table, n), table.get (n)));
 
         if (file.isNotEmpty())
         {
-            store.setString (folderKey, folder);
-            store.setString (fileKey, file);
+            changes.push_back (KaSettingsStore::stringChange (folderKey, folder));
+            changes.push_back (KaSettingsStore::stringChange (fileKey, file));
         }
         else
         {
-            store.remove (folderKey);
-            store.remove (fileKey);
+            changes.push_back ({ folderKey, std::nullopt });
+            changes.push_back ({ fileKey, std::nullopt });
         }
+        store.apply (changes);
     }
 
     bool has (KaSettingsStore& store, const KaParameterTable& table)
@@ -45,8 +47,10 @@ namespace KaDefaultPreset
 
     void clear (KaSettingsStore& store, const KaParameterTable& table)
     {
+        std::vector<KaSettingsStore::Change> changes;
         for (int n = 0; n < table.getNumHostParameters(); ++n)
-            store.remove (keyFor (table, n));
+            changes.push_back ({ keyFor (table, n), std::nullopt });
+        store.apply (changes);
     }
 
     std::optional<std::vector<float>> load (KaSettingsStore& store, const KaParameterTable& table)

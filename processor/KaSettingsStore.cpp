@@ -59,7 +59,7 @@ void KaSettingsStore::reloadIfChanged()
     }
 }
 
-void KaSettingsStore::update (const juce::String& key, const juce::MemoryBlock* newValue)
+void KaSettingsStore::apply (const std::vector<Change>& changes)
 {
     const juce::ScopedLock sl (lock);
     // Serialise read-merge-write across processes so that no instance drops another's keys.
@@ -67,10 +67,13 @@ void KaSettingsStore::update (const juce::String& key, const juce::MemoryBlock* 
     const bool haveProcessLock = processLock.enter (2000);
 
     auto values = readFromDisk();
-    if (newValue != nullptr)
-        values[key] = *newValue;
-    else
-        values.erase (key);
+    for (const auto& [key, newValue] : changes)
+    {
+        if (newValue.has_value())
+            values[key] = *newValue;
+        else
+            values.erase (key);
+    }
 
     writeToDisk (values);
     cache = std::move (values);
@@ -91,9 +94,9 @@ std::optional<juce::MemoryBlock> KaSettingsStore::getBinary (const juce::String&
     return it->second;
 }
 
-void KaSettingsStore::setBinary (const juce::String& key, const juce::MemoryBlock& value) { update (key, &value); }
+void KaSettingsStore::setBinary (const juce::String& key, const juce::MemoryBlock& value) { apply ({ { key, value } }); }
 
-void KaSettingsStore::remove (const juce::String& key) { update (key, nullptr); }
+void KaSettingsStore::remove (const juce::String& key) { apply ({ { key, std::nullopt } }); }
 
 bool KaSettingsStore::contains (const juce::String& key) { return getBinary (key).has_value(); }
 
@@ -107,7 +110,12 @@ std::optional<float> KaSettingsStore::getFloat (const juce::String& key)
     return value;
 }
 
-void KaSettingsStore::setFloat (const juce::String& key, float value) { setBinary (key, juce::MemoryBlock (&value, sizeof (value))); }
+void KaSettingsStore::setFloat (const juce::String& key, float value) { apply ({ floatChange (key, value) }); }
+
+KaSettingsStore::Change KaSettingsStore::floatChange (const juce::String& key, float value)
+{
+    return { key, juce::MemoryBlock (&value, sizeof (value)) };
+}
 
 std::optional<juce::String> KaSettingsStore::getString (const juce::String& key)
 {
@@ -117,8 +125,10 @@ std::optional<juce::String> KaSettingsStore::getString (const juce::String& key)
     return juce::String::fromUTF8 (static_cast<const char*> (data->getData()), (int) data->getSize());
 }
 
-void KaSettingsStore::setString (const juce::String& key, const juce::String& value)
+void KaSettingsStore::setString (const juce::String& key, const juce::String& value) { apply ({ stringChange (key, value) }); }
+
+KaSettingsStore::Change KaSettingsStore::stringChange (const juce::String& key, const juce::String& value)
 {
     const auto utf8 = value.toUTF8();
-    setBinary (key, juce::MemoryBlock (utf8.getAddress(), utf8.sizeInBytes() - 1));
+    return { key, juce::MemoryBlock (utf8.getAddress(), utf8.sizeInBytes() - 1) };
 }

@@ -4,6 +4,7 @@
 
 #include <map>
 #include <optional>
+#include <vector>
 
 /** The per-user settings store: named binary values under "Kestro Audio\OrrinUpmix_1".
 
@@ -36,6 +37,13 @@ public:
     std::optional<juce::String> getString (const juce::String& key);
     void setString (const juce::String& key, const juce::String& value);
 
+    /** Several changes in one read-merge-write (a value sets its key, none removes it), so that
+        writing a whole set of keys costs one file write instead of one per key. */
+    using Change = std::pair<juce::String, std::optional<juce::MemoryBlock>>;
+    void apply (const std::vector<Change>& changes);
+    static Change floatChange (const juce::String& key, float value);
+    static Change stringChange (const juce::String& key, const juce::String& value);
+
     juce::File getFile() const { return file; }
 
 private:
@@ -43,7 +51,6 @@ private:
 
     ValueMap readFromDisk() const;
     bool writeToDisk (const ValueMap& values) const;
-    void update (const juce::String& key, const juce::MemoryBlock* newValue);
     void reloadIfChanged();
 
     juce::File file;

@@ -1,0 +1,245 @@
+// Factory presets.
+// Cases:
+//  - the committed files in resources/presets are byte for byte what make-factory-presets
+//    writes, so their keys cannot drift from the parameter table;
+//  - every design applies cleanly (no unknown key, no value out of range), at least eight of
+//    them, uniquely named, each different from the defaults;
+//  - every committed preset names each host parameter exactly once, with readable values, and
+//    loads into a processor bit for bit;
+//  - installing writes the missing ones into "Installed", never over a user's file, once per
+//    program version (a deleted factory preset stays deleted); a processor's first run has
+//    installed them;
+//  - the command line: --preset by name renders exactly what the same values given by --set
+//    render, --set after --preset wins, an unknown or broken preset is one line of error.
+#include "processor/KaFloatText.h"
+#include "processor/KaPaths.h"
+#include "processor/KaPresetFile.h"
+#include "processor/KaPresetLibrary.h"
+#include "processor/KaSettingsStore.h"
+#include "processor/UpmixerFactoryPresets.h"
+#include "processor/UpmixerParameters.h"
+#include "support/StateTestSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <set>
+
+using namespace StateTestSupport;
+
+namespace
+{
+    const juce::File committed = juce::File (ORRIN_SOURCE_DIR).getChildFile ("resources/presets");
+
+    juce::File tempFolder (const char* name)
+    {
+        auto dir = juce::File::getSpecialLocation (juce::File::tempDirectory).getNonexistentChildFile (name, "", false);
+        dir.createDirectory();
+        return dir;
+    }
+
+    KaParameterTable makeTable()
+    {
+        KaParameterTable table;
+        table.registerParameters (UpmixerParam::createParameterInfos());
+        return table;
+    }
+
+    juce::Array<juce::File> presetFilesIn (const juce::File& dir)
+    {
+        auto files = dir.findChildFiles (juce::File::findFiles, false, "*.nap");
+        files.sort();
+        return files;
+    }
+
+    struct Run
+    {
+        int exitCode = -1;
+        juce::String output;
+    };
+
+    Run run (const juce::String& program, const juce::StringArray& args)
+    {
+        juce::ChildProcess child;
+        juce::StringArray command { program };
+        command.addArray (args);
+        Run r;
+        if (child.start (command, juce::ChildProcess::wantStdOut | juce::ChildProcess::wantStdErr))
+        {
+            r.output = child.readAllProcessOutput();
+            child.waitForProcessToFinish (120000);
+            r.exitCode = (int) child.getExitCode();
+        }
+        return r;
+    }
+}
+
+TEST (FactoryPresets, CommittedFilesEqualWhatTheToolWrites)
+{
+    const auto out = tempFolder ("orrin-factory");
+    const auto result = run (ORRIN_FACTORY_PRESET_TOOL, { out.getFullPathName() });
+    ASSERT_EQ (result.exitCode, 0) << result.output;
+
+    const auto generated = presetFilesIn (out), inRepository = presetFilesIn (committed);
+    ASSERT_EQ (generated.size(), inRepository.size()) << "run make-factory-presets resources/presets";
+    for (int i = 0; i < generated.size(); ++i)
+    {
+        EXPECT_EQ (generated[i].getFileName(), inRepository[i].getFileName());
+        EXPECT_TRUE (generated[i].hasIdenticalContentTo (inRepository[i])) << inRepository[i].getFileName() << " is out of date";
+    }
+    out.deleteRecursively();
+}
+
+TEST (FactoryPresets, DesignsApplyCleanly)
+{
+    const auto table = makeTable();
+    juce::StringArray problems;
+    const auto presets = UpmixerFactoryPresets::create (table, &problems);
+    EXPECT_TRUE (problems.isEmpty()) << problems.joinIntoString ("\n");
+    EXPECT_GE (presets.size(), 8u);
+
+    std::set<juce::String> names;
+    for (const auto& p : presets)
+    {
+        EXPECT_TRUE (names.insert (p.getName()).second) << p.getName();
+        EXPECT_EQ (p.folder, "Installed");
+        int changed = 0;
+        for (int n = 0; n < table.getNumHostParameters(); ++n)
+            changed += p.values[(size_t) n] != table.getDefault (n) ? 1 : 0;
+        EXPECT_GE (changed, 3) << p.getName();
+    }
+}
+
+TEST (FactoryPresets, EveryKeyIsKnownAndEveryPresetLoads)
+{
+    const auto table = makeTable();
+    std::set<juce::String> keys;
+    for (int n = 0; n < table.getNumHostParameters(); ++n)
+        keys.insert (table.info (n)->key);
+
+    ScopedPresetFolder folder ("FactoryCheck");
+    for (const auto& file : presetFilesIn (committed))
+    {
+        const auto xml = juce::parseXML (file);
+        ASSERT_NE (xml, nullptr) << file.getFileName();
+        const auto* parameters = xml->getChildByName ("Parameters");
+        ASSERT_NE (parameters, nullptr);
+        std::set<juce::String> inFile;
+        for (int i = 0; i < parameters->getNumAttributes(); ++i)
+        {
+            inFile.insert (parameters->getAttributeName (i));
+            const float value = (float) parameters->getAttributeValue (i).getDoubleValue();
+            EXPECT_TRUE (value >= 0.0f && value <= 1.0f) << parameters->getAttributeName (i);
+        }
+        EXPECT_EQ (inFile, keys) << file.getFileName();
+        EXPECT_EQ (xml->getIntAttribute ("FileVersion"), 3);
+
+        const auto preset = KaPresetFile::load (file, table);
+        ASSERT_TRUE (preset.has_value());
+        for (int n = 0; n < table.getNumHostParameters(); ++n)
+            EXPECT_TRUE (preset->suppliedValue (n));
+
+        const auto copy = folder.dir.getChildFile (file.getFileName());
+        file.copyFileTo (copy);
+        UpmixerProcessor p;
+        ASSERT_TRUE (p.loadPresetFile (copy)) << file.getFileName();
+        for (int n = 0; n < table.getNumHostParameters(); ++n)
+            EXPECT_EQ (bitsOf (p.getParameterValue (n)), bitsOf (preset->values[(size_t) n])) << file.getFileName() << " " << table.info (n)->key;
+        EXPECT_EQ (p.getProgramName (0), KaPresetName::decode (file.getFileNameWithoutExtension()));
+    }
+}
+
+TEST (FactoryPresets, InstalledOnceWithoutOverwritingTheUsersFiles)
+{
+    const auto dir = tempFolder ("orrin-install");
+    KaSettingsStore store (dir.getChildFile ("settings.xml"));
+    KaPresetLibrary library (dir.getChildFile ("Presets"));
+    const auto table = makeTable();
+    const auto presets = UpmixerFactoryPresets::create (table);
+
+    library.createStandardFolders();
+    const auto users = library.presetFile ("Installed", "Film Dialogue 5.1");
+    users.replaceWithText ("my own tweaks");
+
+    EXPECT_EQ (library.installFactoryPresets (presets, table, store), (int) presets.size() - 1);
+    EXPECT_EQ (users.loadFileAsString(), "my own tweaks");
+    EXPECT_EQ (library.listPresets ("Installed").size(), presets.size());
+
+    const auto deleted = library.presetFile ("Installed", "Live Concert 7.1");
+    deleted.deleteFile();
+    EXPECT_EQ (library.installFactoryPresets (presets, table, store), 0);
+    EXPECT_FALSE (deleted.exists());
+
+    // An update brings the set again, still sparing the user's file.
+    store.setString (KaPresetLibrary::installedVersionKey, "0.9.0.0");
+    EXPECT_EQ (library.installFactoryPresets (presets, table, store), 1);
+    EXPECT_TRUE (deleted.existsAsFile());
+    EXPECT_EQ (users.loadFileAsString(), "my own tweaks");
+    dir.deleteRecursively();
+}
+
+TEST (FactoryPresets, AProcessorsFirstRunInstalledThem)
+{
+    UpmixerProcessor p;
+    const auto installed = KaPaths::presetRoot().getChildFile ("Installed");
+    for (const auto* folder : { "User", "Installed", "Default" })
+        EXPECT_TRUE (KaPaths::presetRoot().getChildFile (folder).isDirectory()) << folder;
+    for (const auto& file : presetFilesIn (committed))
+        EXPECT_TRUE (installed.getChildFile (file.getFileName()).hasIdenticalContentTo (file)) << file.getFileName();
+}
+
+TEST (FactoryPresets, CommandLinePresetComesBeforeSettings)
+{
+    const auto dir = tempFolder ("orrin-cli-preset");
+    const auto input = dir.getChildFile ("in.wav");
+    {
+        juce::WavAudioFormat wav;
+        std::unique_ptr<juce::AudioFormatWriter> writer (wav.createWriterFor (new juce::FileOutputStream (input), 48000.0, 2, 24, {}, 0));
+        juce::AudioBuffer<float> noise (2, 24000);
+        juce::Random random (3);
+        for (int ch = 0; ch < 2; ++ch)
+            for (int i = 0; i < noise.getNumSamples(); ++i)
+                noise.setSample (ch, i, 0.3f * (random.nextFloat() * 2.0f - 1.0f));
+        writer->writeFromAudioSampleBuffer (noise, 0, noise.getNumSamples());
+    }
+
+    // The same values given one by one, in their normalised form.
+    const auto table = makeTable();
+    const auto preset = KaPresetFile::load (committed.getChildFile ("Music Wide 7.1.nap"), table);
+    ASSERT_TRUE (preset.has_value());
+    juce::StringArray spelledOut { input.getFullPathName(), dir.getChildFile ("set.wav").getFullPathName(), "--layout", "7.1", "--quiet" };
+    for (int n = 0; n < table.getNumHostParameters(); ++n)
+    {
+        const auto* info = table.info (n);
+        const float value = preset->values[(size_t) n];
+        if (value != table.getDefault (n))
+            spelledOut.addArray ({ "--set", info->key + "=" + (info->kind == KaParamKind::choice ? juce::String (KaParameterTable::choiceOf (value))
+                                                                                                  : KaFloatText::fromFloat (value)) });
+    }
+
+    const auto viaSet = run (ORRIN_CLI_PATH, spelledOut);
+    ASSERT_EQ (viaSet.exitCode, 0) << viaSet.output;
+    const auto viaPreset = run (ORRIN_CLI_PATH, { input.getFullPathName(), dir.getChildFile ("preset.wav").getFullPathName(),
+                                                  "--layout", "7.1", "--preset", "music wide 7.1", "--quiet" });
+    ASSERT_EQ (viaPreset.exitCode, 0) << viaPreset.output;
+    EXPECT_TRUE (dir.getChildFile ("preset.wav").hasIdenticalContentTo (dir.getChildFile ("set.wav")));
+
+    const auto overridden = run (ORRIN_CLI_PATH, { input.getFullPathName(), dir.getChildFile ("over.wav").getFullPathName(), "--layout", "7.1",
+                                                   "--preset", committed.getChildFile ("Music Wide 7.1.nap").getFullPathName(),
+                                                   "--set", "Diffusion=0", "--quiet" });
+    ASSERT_EQ (overridden.exitCode, 0) << overridden.output;
+    EXPECT_FALSE (dir.getChildFile ("over.wav").hasIdenticalContentTo (dir.getChildFile ("set.wav")));
+
+    const auto unknown = run (ORRIN_CLI_PATH, { input.getFullPathName(), dir.getChildFile ("x.wav").getFullPathName(), "--preset", "No Such Preset" });
+    EXPECT_NE (unknown.exitCode, 0);
+    EXPECT_EQ (juce::StringArray::fromLines (unknown.output.trim()).size(), 1) << unknown.output;
+    EXPECT_TRUE (unknown.output.startsWith ("orrin-upmix: error: unknown preset 'No Such Preset'")) << unknown.output;
+
+    const auto broken = dir.getChildFile ("broken.nap");
+    broken.replaceWithText ("<KestroAudioPreset><Parameters");
+    const auto bad = run (ORRIN_CLI_PATH, { input.getFullPathName(), dir.getChildFile ("x.wav").getFullPathName(), "--preset", broken.getFullPathName() });
+    EXPECT_NE (bad.exitCode, 0);
+    EXPECT_EQ (juce::StringArray::fromLines (bad.output.trim()).size(), 1) << bad.output;
+    EXPECT_TRUE (bad.output.contains ("cannot load preset")) << bad.output;
+    EXPECT_FALSE (dir.getChildFile ("x.wav").exists());
+    dir.deleteRecursively();
+}

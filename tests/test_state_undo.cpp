@@ -1,0 +1,242 @@
+// Undo, redo and A/B.
+// Cases:
+//  - coalescing: 0.5 -> 0.2 -> 0.7 of one parameter is one action from 0.5 to 0.7; a change
+//    to the same new value or of another parameter is not merged; two changes of different
+//    parameters are two undo steps;
+//  - a simulated mouse drag (a gesture of many changes) is one undo step, driven through the
+//    transient Undo and Redo controls, which return to rest;
+//  - an action whose processor has gone, or of an unknown kind, fails and changes nothing;
+//  - A/B: the first press compares with a copy, then swaps two complete settings; A to B
+//    copies the setting heard; each step undoes;
+//  - PresetNext / PresetPrev walk the current folder in the browser's order and wrap; undoing a
+//    move brings back the preset left and the changes not saved into it;
+//  - ResetToPreset brings back the preset's saved values, undoably;
+//  - a move to a preset file that has vanished changes nothing.
+#include "processor/KaJuceABUndoableAction.h"
+#include "processor/KaJucePresetNavUndoableAction.h"
+#include "processor/KaJuceUndoableAction.h"
+#include "processor/UpmixerParameters.h"
+#include "support/StateTestSupport.h"
+
+#include <gtest/gtest.h>
+
+using namespace UpmixerParam;
+using namespace StateTestSupport;
+
+namespace
+{
+    void press (KaJuceProcessorBase& p, int control)
+    {
+        p.setParameterNotifyingHost (control, 1.0f, true);
+        EXPECT_EQ (p.getParameterValue (control), 0.0f) << "the control returns to rest";
+    }
+
+    std::vector<float> presetValues (const KaParameterTable& table, float divergence)
+    {
+        std::vector<float> values;
+        for (int n = 0; n < table.getNumHostParameters(); ++n)
+            values.push_back (table.getDefault (n));
+        values[Divergence] = divergence;
+        return values;
+    }
+}
+
+TEST (Undo, CoalescingMergesOneParameterOnly)
+{
+    UpmixerProcessor p;
+    KaJuceUndoableAction first (&p, Divergence, 0.5f, 0.2f, 1), second (&p, Divergence, 0.2f, 0.7f, 1);
+    std::unique_ptr<juce::UndoableAction> merged (first.createCoalescedAction (&second));
+    auto* action = dynamic_cast<KaJuceUndoableAction*> (merged.get());
+    ASSERT_NE (action, nullptr);
+    EXPECT_EQ (action->getParameter(), (juce::uint32) Divergence);
+    EXPECT_EQ (action->getOldValue(), 0.5f);
+    EXPECT_EQ (action->getNewValue(), 0.7f);
+
+    KaJuceUndoableAction same (&p, Divergence, 0.2f, 0.2f, 1), other (&p, FadeFS, 0.2f, 0.7f, 1);
+    EXPECT_EQ (first.createCoalescedAction (&same), nullptr);
+    EXPECT_EQ (first.createCoalescedAction (&other), nullptr);
+}
+
+TEST (Undo, SameParameterTwiceIsOneStepOthersAreTwo)
+{
+    UpmixerProcessor p;
+    ASSERT_EQ (p.getParameterValue (Divergence), 0.5f);
+    p.beginUndoGesture();
+    p.setParameterUndoable (Divergence, 0.2f);
+    p.setParameterUndoable (Divergence, 0.7f);
+    p.endUndoGesture();
+    EXPECT_EQ (p.getNumActionsInCurrentTransaction(), 1);
+    ASSERT_TRUE (p.undo());
+    EXPECT_EQ (p.getParameterValue (Divergence), 0.5f);
+    EXPECT_FALSE (p.canUndo());
+    ASSERT_TRUE (p.redo());
+    EXPECT_EQ (p.getParameterValue (Divergence), 0.7f);
+
+    p.setParameterUndoable (FadeFS, 0.9f);
+    p.setParameterUndoable (Diffusion, 0.9f);
+    p.undo();
+    EXPECT_EQ (p.getParameterValue (Diffusion), p.getParameterTable().getDefault (Diffusion));
+    EXPECT_EQ (p.getParameterValue (FadeFS), 0.9f);
+    p.undo();
+    EXPECT_EQ (p.getParameterValue (FadeFS), p.getParameterTable().getDefault (FadeFS));
+    EXPECT_EQ (p.getParameterValue (Divergence), 0.7f);
+}
+
+TEST (Undo, SimulatedDragsThroughTheUndoAndRedoControls)
+{
+    UpmixerProcessor p;
+    const float start = p.getParameterValue (UpmixPsdWidth);
+    auto drag = [&] (float from, float to)
+    {
+        p.beginUndoGesture();
+        for (int i = 0; i <= 40; ++i)
+            p.setParameterUndoable (UpmixPsdWidth, from + (to - from) * (float) i / 40.0f);
+        p.endUndoGesture();
+    };
+    drag (start, 0.3f);
+    drag (0.3f, 0.95f);
+    EXPECT_EQ (p.getParameterValue (UpmixPsdWidth), 0.95f);
+
+    press (p, Undo);
+    EXPECT_EQ (p.getParameterValue (UpmixPsdWidth), 0.3f);
+    press (p, Undo);
+    EXPECT_EQ (p.getParameterValue (UpmixPsdWidth), start);
+    press (p, Undo);
+    EXPECT_EQ (p.getParameterValue (UpmixPsdWidth), start);
+    press (p, Redo);
+    EXPECT_EQ (p.getParameterValue (UpmixPsdWidth), 0.3f);
+    press (p, Redo);
+    EXPECT_EQ (p.getParameterValue (UpmixPsdWidth), 0.95f);
+
+    // A user's change of a linked control moves its partners; undo brings them back too.
+    p.setParameterUndoable (ArcLink, 1.0f);
+    const float fade = p.getParameterValue (FadeFS);
+    p.setParameterUndoable (Divergence, 0.8f);
+    EXPECT_NE (p.getParameterValue (FadeFS), fade);
+    press (p, Undo);
+    EXPECT_FLOAT_EQ (p.getParameterValue (FadeFS), fade);
+}
+
+TEST (Undo, ActionsOfAVanishedProcessorFail)
+{
+    auto p = std::make_unique<UpmixerProcessor>();
+    KaJuceUndoableAction change (p.get(), Divergence, 0.5f, 0.9f, 1);
+    KaJuceABUndoableAction swap (p.get(), KaJuceABUndoableAction::exchangeSettings, p->getHostValues(), p->getHostValues(), "A/B");
+    KaJucePresetNavUndoableAction move (p.get(), { 1, {}, {} }, { 0, {}, {} }, KaJucePresetNavUndoableAction::moveNext, p->getHostValues());
+    KaJuceABUndoableAction oddKind (p.get(), 7, {}, {}, "?");
+    KaJucePresetNavUndoableAction oddMove (p.get(), { 1, {}, {} }, { 0, {}, {} }, 3, {});
+    EXPECT_FALSE (oddKind.perform());
+    EXPECT_FALSE (oddMove.perform());
+    EXPECT_FALSE (oddMove.undo());
+    EXPECT_EQ (p->getCurrentProgram(), 0);
+
+    p.reset();
+    EXPECT_FALSE (change.perform());
+    EXPECT_FALSE (change.undo());
+    EXPECT_FALSE (swap.perform());
+    EXPECT_FALSE (swap.undo());
+    EXPECT_FALSE (move.perform());
+    EXPECT_FALSE (move.undo());
+}
+
+TEST (Undo, ABSwapsTwoCompleteSettingsAndAtoBCopies)
+{
+    UpmixerProcessor p;
+    const auto a = awkwardValues (p.getParameterTable(), 21);
+    setAll (p, a);
+    const auto settingA = p.getHostValues();
+
+    press (p, AB);  // B starts as a copy of A
+    EXPECT_TRUE (p.isComparingB());
+    EXPECT_EQ (p.getHostValues(), settingA);
+
+    setAll (p, awkwardValues (p.getParameterTable(), 22));
+    const auto settingB = p.getHostValues();
+    ASSERT_NE (settingB, settingA);
+
+    press (p, AB);
+    EXPECT_FALSE (p.isComparingB());
+    EXPECT_EQ (p.getHostValues(), settingA);
+    press (p, AB);
+    EXPECT_EQ (p.getHostValues(), settingB);
+    press (p, Undo);
+    EXPECT_EQ (p.getHostValues(), settingA);
+    EXPECT_FALSE (p.isComparingB());
+    press (p, Redo);
+    EXPECT_EQ (p.getHostValues(), settingB);
+
+    // Heard: B. A to B copies what is heard into the other setting; nothing audible changes.
+    press (p, AtoB);
+    EXPECT_EQ (p.getHostValues(), settingB);
+    EXPECT_EQ (p.getComparisonValues(), settingB);
+    press (p, AB);
+    EXPECT_EQ (p.getHostValues(), settingB);
+    press (p, Undo);
+    press (p, Undo);
+    EXPECT_EQ (p.getComparisonValues(), settingA);
+    press (p, AB);
+    EXPECT_EQ (p.getHostValues(), settingA);
+}
+
+TEST (Undo, NextAndPreviousWalkTheFolderAndUndoKeepsUnsavedChanges)
+{
+    ScopedPresetFolder folder ("Walk");
+    UpmixerProcessor p;
+    const auto& table = p.getParameterTable();
+    writePreset (folder.dir, "Walk 1", table, presetValues (table, 0.1f));
+    writePreset (folder.dir, "Walk 2", table, presetValues (table, 0.2f));
+    writePreset (folder.dir, "Walk 10", table, presetValues (table, 0.3f));
+
+    ASSERT_TRUE (p.loadPreset ("Walk", "Walk 1"));
+    EXPECT_EQ (p.getParameterValue (Divergence), 0.1f);
+    p.setParameterUndoable (Diffusion, 0.77f);  // not saved into the preset
+
+    press (p, PresetNext);
+    EXPECT_EQ (p.getCurrentPreset().file, "Walk 2");
+    EXPECT_EQ (p.getProgramName (0), "Walk 2");
+    EXPECT_EQ (p.getParameterValue (Diffusion), table.getDefault (Diffusion));
+    press (p, PresetNext);
+    EXPECT_EQ (p.getCurrentPreset().file, "Walk 10");
+    press (p, PresetNext);
+    EXPECT_EQ (p.getCurrentPreset().file, "Walk 1");
+    press (p, PresetPrev);
+    EXPECT_EQ (p.getCurrentPreset().file, "Walk 10");
+    EXPECT_EQ (p.getParameterValue (Divergence), 0.3f);
+    EXPECT_TRUE (p.takeEditorRefresh());
+
+    for (int moves = 0; moves < 4; ++moves)
+        press (p, Undo);
+    EXPECT_EQ (p.getCurrentPreset().file, "Walk 1");
+    EXPECT_EQ (p.getParameterValue (Divergence), 0.1f);
+    EXPECT_EQ (p.getParameterValue (Diffusion), 0.77f);
+    press (p, Redo);
+    EXPECT_EQ (p.getCurrentPreset().file, "Walk 2");
+}
+
+TEST (Undo, ResetToPresetAndVanishedFiles)
+{
+    ScopedPresetFolder folder ("Reset");
+    UpmixerProcessor p;
+    const auto& table = p.getParameterTable();
+    writePreset (folder.dir, "Base", table, presetValues (table, 0.4f));
+    const auto other = writePreset (folder.dir, "Other", table, presetValues (table, 0.6f));
+
+    ASSERT_TRUE (p.loadPreset ("Reset", "Base"));
+    p.setParameterUndoable (Divergence, 0.95f);
+    press (p, ResetToPreset);
+    EXPECT_EQ (p.getParameterValue (Divergence), 0.4f);
+    press (p, Undo);
+    EXPECT_EQ (p.getParameterValue (Divergence), 0.95f);
+    EXPECT_EQ (p.getCurrentPreset().file, "Base");
+
+    other.deleteFile();
+    const auto before = p.getHostValues();
+    EXPECT_FALSE (p.loadPreset ("Reset", "Other"));
+    EXPECT_EQ (p.getHostValues(), before);
+    EXPECT_EQ (p.getCurrentPreset().file, "Base");
+
+    // The only preset left: next and previous come back to it.
+    press (p, PresetNext);
+    EXPECT_EQ (p.getCurrentPreset().file, "Base");
+    EXPECT_EQ (p.getParameterValue (Divergence), 0.4f);
+}
