@@ -51,6 +51,13 @@ void KaJuceProcessorBase::applyHostValues (const std::vector<float>& values)
         record->referenceValue = value;
         setParameterNotifyingHost (n, value, false);
     }
+
+    // Reactions to a value (a mix type deriving the routing, say) may have overwritten values
+    // loaded before it; the set being loaded is complete, so its own values win.
+    for (int pass = 0; pass < 2; ++pass)
+        for (int n = 0; n < count; ++n)
+            if (const float value = juce::jlimit (0.0f, 1.0f, values[(size_t) n]); table.get (n) != value)
+                setParameterNotifyingHost (n, value, false);
 }
 
 void KaJuceProcessorBase::storeLiveValuesInCurrentSlot()
