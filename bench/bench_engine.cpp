@@ -1,0 +1,226 @@
+// Upmix engine benchmarks: the whole processor's realtime factor (audio seconds per CPU second,
+// one thread) for 5.1, 7.1 and 7.1.2 with dialogue isolation off and on; one frame of the
+// frequency-domain stage split into its FFTs, the dialogue network and the rest; and the
+// resident memory one more processor adds. Figures are reported, never asserted; see
+// bench/README.md for the numbers and where the time goes.
+#include "dsp/BlockOverlaper.h"
+#include "engine/UpmixerDialogFeatures.h"
+#include "engine/UpmixerDialogNetwork.h"
+#include "engine/UpmixerFrequencyDomainAlgo.h"
+#include "processor/UpmixerParameters.h"
+#include "processor/UpmixerProcessor.h"
+
+#include <benchmark/benchmark.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <memory>
+#include <vector>
+
+namespace
+{
+    constexpr double sampleRate = 48000.0;
+    constexpr int blockSize = 512;
+
+    /** JUCE set up once for the processor benchmarks, with the program's files in a temporary
+        folder instead of the user's own. */
+    void initialiseJuceOnce()
+    {
+        static const bool done = [] {
+            const auto home = juce::File::getSpecialLocation (juce::File::tempDirectory).getChildFile ("orrin-bench");
+            home.createDirectory();
+            setenv ("KESTRO_AUDIO_DIR", home.getFullPathName().toRawUTF8(), 0);
+            static juce::ScopedJuceInitialiser_GUI juce;
+            return true;
+        }();
+        juce::ignoreUnused (done);
+    }
+
+    juce::AudioChannelSet outputSet (int numOutputs)
+    {
+        switch (numOutputs)
+        {
+            case 8: return juce::AudioChannelSet::create7point1();
+            case 10: return juce::AudioChannelSet::create7point1point2();
+            case 12: return juce::AudioChannelSet::create7point1point4();
+            default: return juce::AudioChannelSet::create5point1();
+        }
+    }
+
+    std::unique_ptr<UpmixerProcessor> makeProcessor (int numOutputs, bool isolation)
+    {
+        initialiseJuceOnce();
+        auto processor = std::make_unique<UpmixerProcessor>();
+        juce::AudioProcessor::BusesLayout buses;
+        buses.inputBuses.add (juce::AudioChannelSet::stereo());
+        buses.outputBuses.add (outputSet (numOutputs));
+        processor->setBusesLayout (buses);
+        processor->setParameterNotifyingHost (UpmixerParam::DialogIsolate, isolation ? 1.0f : 0.0f, false);
+        processor->prepareToPlay (sampleRate, blockSize);
+        return processor;
+    }
+
+    /** Stereo programme-like material: two partly correlated noises. */
+    void fillStereo (juce::AudioBuffer<float>& buffer, int numSamples, juce::Random& random)
+    {
+        for (int i = 0; i < numSamples; ++i)
+        {
+            const float common = random.nextFloat() - 0.5f;
+            buffer.setSample (0, i, 0.3f * common + 0.2f * (random.nextFloat() - 0.5f));
+            buffer.setSample (1, i, 0.3f * common + 0.2f * (random.nextFloat() - 0.5f));
+        }
+    }
+
+    long residentBytes()
+    {
+        std::ifstream statm ("/proc/self/statm");
+        long size = 0, resident = 0;
+        statm >> size >> resident;
+        return resident * sysconf (_SC_PAGESIZE);
+    }
+}
+
+// The whole processor, stereo in, 512-sample blocks of programme-like noise.
+// Arguments: output channels (6, 8, 10), dialogue isolation (0, 1).
+static void BM_ProcessorRealtimeFactor (benchmark::State& state)
+{
+    const int numOutputs = (int) state.range (0);
+    auto processor = makeProcessor (numOutputs, state.range (1) != 0);
+    // Ten seconds of input prepared up front; copying a block in costs next to nothing.
+    const int length = 10 * (int) sampleRate;
+    juce::AudioBuffer<float> programme (2, length);
+    juce::Random random (1);
+    fillStereo (programme, length, random);
+    juce::AudioBuffer<float> buffer (numOutputs, blockSize);
+    juce::MidiBuffer midi;
+    int position = 0;
+
+    for (auto _ : state)
+    {
+        buffer.clear();
+        buffer.copyFrom (0, 0, programme, 0, position, blockSize);
+        buffer.copyFrom (1, 0, programme, 1, position, blockSize);
+        position = (position + blockSize) % (length - blockSize);
+        processor->processBlock (buffer, midi);
+        benchmark::DoNotOptimize (buffer.getReadPointer (0));
+    }
+    state.counters["realtime"] = benchmark::Counter ((double) state.iterations() * blockSize / sampleRate, benchmark::Counter::kIsRate);
+    state.SetLabel (numOutputs == 6 ? "5.1" : numOutputs == 8 ? "7.1" : "7.1.2");
+}
+BENCHMARK (BM_ProcessorRealtimeFactor)->ArgsProduct ({ { 6, 8, 10 }, { 0, 1 } })->ArgNames ({ "outputs", "isolation" });
+
+// One frame's FFTs: the overlapper fed one hop (7 forward and 7 inverse transforms and the
+// overlap-add), with a callback that does nothing.
+static void BM_FrameFfts (benchmark::State& state)
+{
+    class Idle : public FftFilterCallBack
+    {
+    public:
+        void processFrame (FreqDataStore<Complex>::Ptr) noexcept override {}
+    };
+    BlockOverlaper overlaper (1024, new Idle, 7, 2);
+    std::vector<float> hop (BlockOverlaper::hopSize, 0.1f);
+    std::vector<std::vector<float>> out (7, std::vector<float> (BlockOverlaper::hopSize));
+    std::vector<const float*> in (7, hop.data());
+    std::vector<float*> outs;
+    for (auto& ch : out)
+        outs.push_back (ch.data());
+
+    for (auto _ : state)
+    {
+        overlaper.processBlock (in.data(), outs.data(), 7, BlockOverlaper::hopSize);
+        benchmark::DoNotOptimize (outs[0]);
+    }
+}
+BENCHMARK (BM_FrameFfts);
+
+// One frame's network work: the input vectors of the 513 bins and 513 runs of the network.
+static void BM_FrameNetwork (benchmark::State& state)
+{
+    initialiseJuceOnce();
+    namespace F = UpmixerDialogFeatures;
+    UpmixerDialogNetwork network;
+    if (! network.isLoaded())
+    {
+        state.SkipWithError ("no dialog.net found");
+        return;
+    }
+
+    juce::Random random (2);
+    std::vector<std::vector<float>> level (F::numHistoryFrames, std::vector<float> (F::frameStride));
+    std::vector<std::vector<float>> diff (F::numHistoryFrames, std::vector<float> (F::frameStride));
+    const float* levels[F::numHistoryFrames];
+    const float* diffs[F::numHistoryFrames];
+    for (int j = 0; j < F::numHistoryFrames; ++j)
+    {
+        for (int k = 0; k < F::frameStride; ++k)
+        {
+            level[(size_t) j][(size_t) k] = 100.0f * random.nextFloat();
+            diff[(size_t) j][(size_t) k] = 100.0f * random.nextFloat();
+        }
+        levels[j] = level[(size_t) j].data();
+        diffs[j] = diff[(size_t) j].data();
+    }
+
+    std::vector<float> inputs ((size_t) F::numBins * F::numInputs), probabilities ((size_t) F::numBins);
+    for (auto _ : state)
+    {
+        F::computeDialogFeatures (levels, diffs, inputs.data());
+        network.runFrame (inputs.data(), F::numBins, probabilities.data());
+        benchmark::DoNotOptimize (probabilities.data());
+    }
+}
+BENCHMARK (BM_FrameNetwork);
+
+// The rest of one frame: the frequency-domain stage's frame steps with the network skipped
+// (isolation off): level features, mask and extraction, phase agreement, smoothing,
+// coefficients and distribution.
+static void BM_FrameRest (benchmark::State& state)
+{
+    initialiseJuceOnce();
+    UpmixerFrequencyDomainAlgo algo;
+    algo.prepare (UpmixerFrequencyDomainAlgo::defaultFftSize);
+    algo.settings.dialogAmount = 0.0f;
+
+    FreqDataStore<Complex> frame (7, 1024);
+    juce::Random random (3);
+    std::vector<Complex> input ((size_t) 2 * UpmixerFrequencyDomainAlgo::numBins);
+    for (auto& bin : input)
+        bin = { random.nextDouble() - 0.5, random.nextDouble() - 0.5 };
+
+    for (auto _ : state)
+    {
+        std::copy (input.begin(), input.end(), frame.getData());
+        algo.processFrame (frame);
+        benchmark::DoNotOptimize (frame.getData());
+    }
+}
+BENCHMARK (BM_FrameRest);
+
+// Resident memory one more processor adds, prepared at 48 kHz for 7.1.2 and run for a second
+// (so that every buffer it uses has been touched). A first processor is built and dropped
+// before, so the process-wide parts (FFT plans, the shared network, JUCE) are not counted.
+static void BM_ProcessorResidentMemory (benchmark::State& state)
+{
+    makeProcessor (10, true).reset();
+
+    double added = 0.0;
+    for (auto _ : state)
+    {
+        const long before = residentBytes();
+        auto processor = makeProcessor (10, true);
+        juce::AudioBuffer<float> buffer (10, blockSize);
+        juce::MidiBuffer midi;
+        juce::Random random (4);
+        for (int i = 0; i < (int) sampleRate / blockSize; ++i)
+        {
+            buffer.clear();
+            fillStereo (buffer, blockSize, random);
+            processor->processBlock (buffer, midi);
+        }
+        added = (double) (residentBytes() - before);
+        benchmark::DoNotOptimize (processor.get());
+    }
+    state.counters["added_MB"] = added / (1024.0 * 1024.0);
+}
+BENCHMARK (BM_ProcessorResidentMemory)->Iterations (1);
