@@ -53,8 +53,9 @@ UpmixerObservers::UpmixerObservers (const KaJuceChannelUser& provider)
     }
 }
 
-void UpmixerObservers::prepare (int maxBlock)
+void UpmixerObservers::prepare (double sampleRate, int maxBlock)
 {
+    m_fSampleRate.store (sampleRate, std::memory_order_relaxed);
     maxBlock = std::max (1, maxBlock);
     silence.setSize (1, maxBlock);
     silence.clear();

@@ -60,8 +60,8 @@ public:
     explicit UpmixerObservers (const KaJuceChannelUser& layoutProvider);
 
     /** Message thread, audio stopped; allocates: the analysers and their buffers for blocks of
-        up to maxBlock samples. */
-    void prepare (int maxBlock);
+        up to maxBlock samples at the given rate. */
+    void prepare (double sampleRate, int maxBlock);
 
     /** Audio thread, no allocation: the source meters, with the host inputs after the trims. */
     void feedSource (float* const* inputs, int numInputs, int numSamples) noexcept;
@@ -74,6 +74,8 @@ public:
     void resetSourceMeters() noexcept;
 
     // Readers: any thread, no allocation ------------------------------------------------------
+    /** The rate the analysers run at: bin k of a haze frame is centred on k * rate / 256 Hz. */
+    double getSampleRate() const noexcept { return m_fSampleRate.load (std::memory_order_relaxed); }
     KaJuceObserverLevelMeter::Ptr getLevelMeter (Row row, int index) const noexcept;
     KaJuceObserverCorrelation::Ptr getSourceCorrelation() const noexcept { return sourceCorrelation; }
     KaJuceObserverCorrelation::Ptr getDownmixCorrelation() const noexcept { return downmixCorrelation; }
@@ -94,6 +96,7 @@ private:
     UpmixerStereoCoherenceObserver::Ptr coherence;
     FftFilter::Ptr upmixAnalyser, stereoAnalyser;
     std::atomic<int> numPairsFed { 0 };
+    std::atomic<double> m_fSampleRate { 48000.0 };
 
     // Audio thread: views onto the processor's buffers (no copies), and a silent channel for
     // the kinds a layout lacks.

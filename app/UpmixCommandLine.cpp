@@ -1,5 +1,7 @@
 #include "app/UpmixCommandLine.h"
 #include "app/UpmixRenderer.h"
+#include "app/UpmixReportPicture.h"
+#include "app/UpmixReportRecorder.h"
 
 #include <CLI/CLI.hpp>
 #include <juce_events/juce_events.h>
@@ -40,6 +42,18 @@ namespace UpmixCommandLine
             }
         }
 
+        /** The report picture beside the output: its name with ".png" added. */
+        juce::String writeReportPicture (const UpmixRenderer::Options& options, const UpmixRenderer::Result& r,
+                                         const UpmixReportRecorder& recorder, const juce::File& picture)
+        {
+            UpmixReportPicture::Description description;
+            description.title = "Orrin Upmix report: " + options.input.getFileName() + " to " + options.output.getFileName();
+            description.layout = r.layout;
+            description.sampleRate = r.sampleRate;
+            description.durationSeconds = (double) r.numSamples / r.sampleRate;
+            return UpmixReportPicture::writePng (UpmixReportPicture::draw (recorder, description), picture);
+        }
+
         int fail (const std::string& message, int code)
         {
             std::fprintf (stderr, "orrin-upmix: error: %s\n", message.c_str());
@@ -53,7 +67,7 @@ namespace UpmixCommandLine
         std::string input, output, layout = "7.1.2", preset;
         std::vector<std::string> settings;
         int bits = 32;
-        bool quiet = false;
+        bool quiet = false, report = false;
         app.add_option ("INPUT", input, "Input audio file (WAV, AIFF, FLAC or OGG)")->required();
         app.add_option ("OUTPUT", output, "Output WAV file")->required();
         app.add_option ("--layout", layout, "Output layout: 5.1, 7.1, 7.1.2 (default) or 7.1.4");
@@ -61,6 +75,7 @@ namespace UpmixCommandLine
         app.add_option ("--set", settings, "Parameter setting Key=value: value normalised 0..1, or in the parameter's unit (120Hz, -3dB, 50%, On, a choice)");
         app.add_option ("--bits", bits, "Output sample format: 16, 24 or 32 (float, default)");
         app.add_flag ("--quiet", quiet, "No progress bar and no report");
+        app.add_flag ("--report", report, "Also write a picture beside the output (its name + .png): where in the surround field each frequency band sat over time, and each channel's peak");
 
         try
         {
@@ -92,14 +107,27 @@ namespace UpmixCommandLine
         if (showProgress)
             options.progress = printProgress;
 
+        UpmixReportRecorder recorder;
+        if (report)
+            options.afterBlock = [&recorder] (const UpmixerProcessor& processor, double seconds) { recorder.afterBlock (processor, seconds); };
+
         const auto result = UpmixRenderer::render (options);
         if (showProgress)
             std::fprintf (stderr, "\n");
         if (! result.ok())
             return fail (result.error.toStdString(), 1);
 
+        const juce::File picture (options.output.getFullPathName() + ".png");
+        if (report)
+            if (const auto error = writeReportPicture (options, result, recorder, picture); error.isNotEmpty())
+                return fail (error.toStdString(), 1);
+
         if (! quiet)
+        {
             printReport (options, result);
+            if (report)
+                std::printf ("\nWrote %s\n", picture.getFullPathName().toRawUTF8());
+        }
         return 0;
     }
 }

@@ -191,6 +191,8 @@ UpmixRenderer::Result UpmixRenderer::render (const Options& options)
                 buffer.clear (ch, 0, block);
         }
         processor.processBlock (buffer, midi);
+        if (options.afterBlock)
+            options.afterBlock (processor, (double) (position + block - latency) / reader->sampleRate);
 
         // Drop the first `latency` samples so that the output lines up with the input.
         const juce::int64 outStart = position - latency;

@@ -5,6 +5,8 @@
 #include <functional>
 #include <vector>
 
+class UpmixerProcessor;
+
 /** Renders an audio file through the same processor the plug-in uses and writes a multichannel
     WAV file (WAVE_FORMAT_EXTENSIBLE with the layout's channel mask).
 
@@ -24,6 +26,9 @@ public:
         int bits = 32;                       // 16, 24, or 32 (float)
         int blockSize = 1024;
         std::function<void (double)> progress;  // 0..1
+        /** After each block, with the processor that rendered it and the time in the output
+            file at which the block ends (negative during the processor's latency). */
+        std::function<void (const UpmixerProcessor&, double)> afterBlock;
     };
 
     struct ChannelStats

@@ -265,7 +265,7 @@ void UpmixerProcessor::prepareToPlay (double sampleRate, int maximumExpectedSamp
     }
     inputGain.fill (1.0f);
     outputGain.fill (1.0f);
-    m_observers.prepare (maxBlock);
+    m_observers.prepare (currentSampleRate, maxBlock);
     monitor.reset (UpmixerMonitor::selectMode (getParameterTable()));
 
     const auto buses = getBusesLayout();

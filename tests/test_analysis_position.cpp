@@ -33,7 +33,7 @@ namespace
         layout.routing = routing;
         UpmixerObservers observers (layout);
         constexpr int block = 512;
-        observers.prepare (block);
+        observers.prepare (48000.0, block);
 
         juce::AudioBuffer<float> upmix (12, block), source (12, block), downmix (2, block), delta (2, block);
         source.clear();

@@ -201,7 +201,7 @@ TEST (AnalysisProcessor, FeedingAllocatesNothingOncePrepared)
         int getCurrentRouting() const noexcept override { return 25; }
     } layout;
     UpmixerObservers observers (layout);
-    observers.prepare (512);
+    observers.prepare (48000.0, 512);
 
     juce::AudioBuffer<float> upmix (12, 512), source (12, 512), downmix (2, 512), delta (2, 512);
     for (auto* b : { &upmix, &source, &downmix, &delta })

@@ -1,0 +1,122 @@
+// orrin-upmix --report, run as a user would:
+// - writes a PNG beside the output (its name + ".png") that decodes, with sensible dimensions,
+//   and names it in the printed report;
+// - the picture shows a hard-left source in the colour of L and a centred one in the colour
+//   of C (so the observers, the position reader and the drawing are wired end to end);
+// - no picture without --report, and none when the render fails.
+#include <gtest/gtest.h>
+#include <juce_audio_formats/juce_audio_formats.h>
+#include <juce_graphics/juce_graphics.h>
+
+namespace
+{
+    struct Run
+    {
+        int exitCode = -1;
+        juce::String output;
+    };
+
+    Run runCli (const juce::StringArray& args)
+    {
+        juce::StringArray command { ORRIN_CLI_PATH };
+        command.addArray (args);
+        juce::ChildProcess process;
+        Run run;
+        if (! process.start (command))
+            return run;
+        run.output = process.readAllProcessOutput();
+        process.waitForProcessToFinish (60000);
+        run.exitCode = (int) process.getExitCode();
+        return run;
+    }
+
+    struct CliReportTest : ::testing::Test
+    {
+        juce::File dir = juce::File::getSpecialLocation (juce::File::tempDirectory).getNonexistentChildFile ("orrin-cli-report", "", false);
+        juce::File input = dir.getChildFile ("in.wav");
+        static constexpr int halfLength = 96000;
+
+        void SetUp() override
+        {
+            dir.createDirectory();
+            // Two seconds of noise hard left, then two seconds of the same noise in both sides.
+            juce::AudioBuffer<float> b (2, 2 * halfLength);
+            juce::Random random (3);
+            for (int i = 0; i < b.getNumSamples(); ++i)
+            {
+                const float x = 0.3f * (random.nextFloat() * 2.0f - 1.0f);
+                b.setSample (0, i, x);
+                b.setSample (1, i, i < halfLength ? 0.0f : x);
+            }
+            juce::WavAudioFormat wav;
+            std::unique_ptr<juce::AudioFormatWriter> w (wav.createWriterFor (new juce::FileOutputStream (input), 48000.0, 2, 24, {}, 0));
+            ASSERT_NE (w, nullptr);
+            w->writeFromAudioSampleBuffer (b, 0, b.getNumSamples());
+        }
+
+        void TearDown() override { dir.deleteRecursively(); }
+
+        /** The average colour of the field's middle rows over a span of time (fractions of the
+            field's width). The field starts 96 pixels from the left and the top and is 1000 by
+            560 pixels. */
+        static juce::Colour fieldColour (const juce::Image& image, float from, float to)
+        {
+            float r = 0.0f, g = 0.0f, b = 0.0f;
+            int n = 0;
+            for (int x = 96 + (int) (from * 1000.0f); x < 96 + (int) (to * 1000.0f); ++x)
+                for (int y = 96 + 140; y < 96 + 420; y += 4)
+                {
+                    const auto c = image.getPixelAt (x, y);
+                    r += c.getFloatRed();
+                    g += c.getFloatGreen();
+                    b += c.getFloatBlue();
+                    ++n;
+                }
+            return juce::Colour::fromFloatRGBA (r / (float) n, g / (float) n, b / (float) n, 1.0f);
+        }
+    };
+}
+
+TEST_F (CliReportTest, WritesALegiblePictureBesideTheOutput)
+{
+    const auto out = dir.getChildFile ("upmix 51.wav");
+    const auto run = runCli ({ input.getFullPathName(), out.getFullPathName(), "--layout", "5.1", "--report" });
+    ASSERT_EQ (run.exitCode, 0) << run.output;
+
+    const auto picture = dir.getChildFile ("upmix 51.wav.png");
+    ASSERT_TRUE (picture.existsAsFile());
+    EXPECT_TRUE (run.output.contains (picture.getFullPathName())) << run.output;
+    EXPECT_TRUE (out.existsAsFile());
+
+    const auto image = juce::ImageFileFormat::loadFrom (picture);
+    ASSERT_TRUE (image.isValid());
+    EXPECT_EQ (image.getWidth(), 1400);
+    EXPECT_GE (image.getHeight(), 700);
+    EXPECT_LE (image.getHeight(), 1000);
+
+    // Hard left is the colour of L: red far above green and blue.
+    const auto left = fieldColour (image, 0.15f, 0.45f);
+    EXPECT_GT (left.getFloatRed(), 0.5f) << left.toDisplayString (false);
+    EXPECT_GT (left.getFloatRed(), 2.0f * left.getFloatGreen()) << left.toDisplayString (false);
+    EXPECT_GT (left.getFloatRed(), 2.0f * left.getFloatBlue()) << left.toDisplayString (false);
+
+    // The same signal in both sides is the colour of C: yellow, red and green alike, no blue.
+    const auto centre = fieldColour (image, 0.6f, 0.9f);
+    EXPECT_GT (centre.getFloatRed(), 0.5f) << centre.toDisplayString (false);
+    EXPECT_NEAR (centre.getFloatGreen(), centre.getFloatRed(), 0.2f) << centre.toDisplayString (false);
+    EXPECT_LT (centre.getFloatBlue(), 0.5f * centre.getFloatGreen()) << centre.toDisplayString (false);
+}
+
+TEST_F (CliReportTest, NoPictureWithoutTheFlagOrWhenTheRenderFails)
+{
+    const auto out = dir.getChildFile ("plain.wav");
+    ASSERT_EQ (runCli ({ input.getFullPathName(), out.getFullPathName(), "--quiet" }).exitCode, 0);
+    EXPECT_TRUE (out.existsAsFile());
+    EXPECT_FALSE (dir.getChildFile ("plain.wav.png").exists());
+
+    const auto never = dir.getChildFile ("never.wav");
+    const auto run = runCli ({ input.getFullPathName(), never.getFullPathName(), "--layout", "9.1", "--report" });
+    EXPECT_NE (run.exitCode, 0);
+    EXPECT_FALSE (never.exists());
+    EXPECT_FALSE (dir.getChildFile ("never.wav.png").exists());
+}
