@@ -269,17 +269,22 @@ void KaJuceProcessorBase::postQuestion (const juce::String& title, const juce::S
 {
     ++numWarningsPosted;
     KaLog::write ("WARNING: " + text);
-
-    if (juce::MessageManager::getInstanceWithoutCreating() == nullptr
-        || juce::Desktop::getInstance().getDisplays().getPrimaryDisplay() == nullptr)
+    if (juce::MessageManager::getInstanceWithoutCreating() == nullptr)
         return;
 
-    // The box outlives nothing: an answer arriving after the processor has gone is dropped.
-    auto callback = [safe = juce::WeakReference<KaJuceProcessorBase> (this), onAnswer = std::move (onAnswer)] (int result)
+    // Posted to the message thread (hosts may restore a state from another); neither the box
+    // nor its answer outlives the processor.
+    juce::MessageManager::callAsync ([safe = juce::WeakReference<KaJuceProcessorBase> (this), title, text, onAnswer = std::move (onAnswer)]
     {
-        if (safe.get() != nullptr && onAnswer)
-            onAnswer (result != 0);
-    };
-    juce::AlertWindow::showOkCancelBox (juce::MessageBoxIconType::WarningIcon, title, text, "OK", "Cancel", nullptr,
-                                        juce::ModalCallbackFunction::create (std::move (callback)));
+        // Headless hosts and the command line have no display to show a box on.
+        if (safe.get() == nullptr || juce::Desktop::getInstance().getDisplays().getPrimaryDisplay() == nullptr)
+            return;
+        auto answered = [safe, onAnswer] (int result)
+        {
+            if (safe.get() != nullptr && onAnswer)
+                onAnswer (result != 0);
+        };
+        juce::AlertWindow::showOkCancelBox (juce::MessageBoxIconType::WarningIcon, title, text, "OK", "Cancel", nullptr,
+                                            juce::ModalCallbackFunction::create (std::move (answered)));
+    });
 }

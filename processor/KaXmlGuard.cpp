@@ -234,6 +234,9 @@ namespace KaXmlGuard
                         continue;
                     }
 
+                    // Text: the parser reads it from before the skipped white space, which may
+                    // hold a processing instruction its text reader stops at. It would then
+                    // read the same nothing for ever; such a document is refused.
                     pos = before;
                     for (;;)
                     {
@@ -261,6 +264,8 @@ namespace KaXmlGuard
                         else
                             ++pos;
                     }
+                    if (pos == before)
+                        refuse();
                 }
             }
 

@@ -9,7 +9,8 @@
 //  - a preset without "Parameters" leaves every value at its default and still reports its
 //    "FileVersion", which then decides the mapping;
 //  - files that are not presets (not XML, another root, empty, too large, broken UTF-8, nested
-//    too deep) load nothing: values, tracking and undo history unchanged;
+//    too deep, a DTD, a processing instruction followed by text) load nothing: values, tracking
+//    and undo history unchanged;
 //  - out-of-range values clamp, non-numbers and missing keys take defaults, unknown keys are
 //    ignored; "SpecificData" is kept as text and written again on save;
 //  - folders: "User", "Installed" and "Default" created on first run; the browser order puts
@@ -160,6 +161,7 @@ TEST (PresetFiles, FilesThatAreNotPresetsLoadNothing)
         { "Deep", juce::MemoryBlock (("<KestroAudioPreset>" + deep).toRawUTF8(), (size_t) deep.length() + 19) },
         { "BadUtf8", juce::MemoryBlock ("<KestroAudioPreset>\xC3\x28</KestroAudioPreset>", 41) },
         { "Entity", juce::MemoryBlock ("<!DOCTYPE x [<!ENTITY a \"<b/>\">]><KestroAudioPreset>&a;</KestroAudioPreset>", 75) },
+        { "Instruction", juce::MemoryBlock ("<KestroAudioPreset><?pi?>text</KestroAudioPreset>", 49) },
         { "Huge", huge },
     };
     for (const auto& [name, bytes] : files)
