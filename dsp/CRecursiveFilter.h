@@ -112,7 +112,9 @@ public:
     explicit CRecursiveFilterBiquad (int typeIn = peaking) noexcept : type (typeIn) {}
 
     /** Audio or message thread, no allocation. Returns false, keeping the coefficients, for a
-        sample rate <= 0; a type outside 0 to 8 also keeps them (and returns true). */
+        sample rate <= 0; a type outside 0 to 8 also keeps them (and returns true). A frequency at
+        or above Nyquist (a 22 kHz shelf at 22.05 kHz) is designed just below it, where the
+        sections stay stable; a non-positive q is taken as a very small one. */
     bool setParameters (float frequencyIn, float qIn, float sampleRateIn, float gainIn) noexcept
     {
         frequency = frequencyIn;
@@ -122,8 +124,8 @@ public:
         if (! (sampleRate > 0.0f))
             return false;
 
-        omega = frequency * 6.2831855f / sampleRate;
-        alpha = std::sin (omega) / (2.0f * q);
+        omega = designFrequency() * 6.2831855f / sampleRate;
+        alpha = std::sin (omega) / (2.0f * std::max (q, 1.0e-4f));
         cosOmega = std::cos (omega);
         gain = gainIn;
 
@@ -133,6 +135,9 @@ public:
 
     /** Any thread, no allocation. */
     int getType() const noexcept { return type; }
+
+    /** The frequency the coefficients are designed for: the requested one, kept inside (0, 0.49 fs). */
+    float designFrequency() const noexcept { return std::clamp (frequency, 1.0e-3f, 0.49f * sampleRate); }
     /** Any thread, no allocation. */
     float getFrequency() const noexcept { return frequency; }
     /** Any thread, no allocation. */
@@ -173,7 +178,7 @@ private:
 
     void designNarrowBand (bool reject) noexcept
     {
-        const float g = frequency / sampleRate;
+        const float g = designFrequency() / sampleRate;
         const float c = std::cos (6.2831855f * g);
         // The band-reject's bandwidth term carries an extra 0.1 that the band-pass lacks: intended.
         const float r = 1.0f - 3.0f * g / (reject ? 10.1f * q + 0.1f : 10.1f * q);
