@@ -7,6 +7,7 @@
 #include <locale.h>
 
 #include <algorithm>
+#include <cmath>
 #include <mutex>
 
 namespace
@@ -45,31 +46,41 @@ namespace
         fann* net = nullptr;
     };
 
-    /** FANN's activation function A (its own definition, fann_activation.h) over a run of sums. */
-    template <int A>
-    void activateAs (const float* x, float* y, int n) noexcept
+    /** FANN's activation functions, from its own definitions (fann_activation.h). Those are C
+        macros: in C their exp, sin and cos take and give double, so here they must too, or the
+        results would round differently from fann_run's. */
+    namespace fannActivation
     {
-        for (int b = 0; b < n; ++b)
-            fann_activation_switch ((fann_activationfunc_enum) A, x[b], y[b]);
-    }
+        inline double exp (double x) noexcept { return std::exp (x); }
+        inline double sin (double x) noexcept { return std::sin (x); }
+        inline double cos (double x) noexcept { return std::cos (x); }
 
-    /** The activation of a neuron over a run of sums. The functions small networks use are
-        instantiated one by one, so that their loops carry no switch and vectorise. */
-    void activate (int activation, const float* x, float* y, int n) noexcept
-    {
-        switch (activation)
+        /** Activation function A over a run of sums. */
+        template <int A>
+        void applyAs (const float* x, float* y, int n) noexcept
         {
-            case FANN_LINEAR: activateAs<FANN_LINEAR> (x, y, n); break;
-            case FANN_SIGMOID: activateAs<FANN_SIGMOID> (x, y, n); break;
-            case FANN_SIGMOID_STEPWISE: activateAs<FANN_SIGMOID_STEPWISE> (x, y, n); break;
-            case FANN_SIGMOID_SYMMETRIC: activateAs<FANN_SIGMOID_SYMMETRIC> (x, y, n); break;
-            case FANN_SIGMOID_SYMMETRIC_STEPWISE: activateAs<FANN_SIGMOID_SYMMETRIC_STEPWISE> (x, y, n); break;
-            case FANN_ELLIOT: activateAs<FANN_ELLIOT> (x, y, n); break;
-            case FANN_ELLIOT_SYMMETRIC: activateAs<FANN_ELLIOT_SYMMETRIC> (x, y, n); break;
-            default:
-                for (int b = 0; b < n; ++b)
-                    fann_activation_switch ((fann_activationfunc_enum) activation, x[b], y[b]);
-                break;
+            for (int b = 0; b < n; ++b)
+                fann_activation_switch ((fann_activationfunc_enum) A, x[b], y[b]);
+        }
+
+        /** The activation of a neuron over a run of sums. The functions small networks use are
+            instantiated one by one, so that their loops carry no switch and vectorise. */
+        void apply (int activation, const float* x, float* y, int n) noexcept
+        {
+            switch (activation)
+            {
+                case FANN_LINEAR: applyAs<FANN_LINEAR> (x, y, n); break;
+                case FANN_SIGMOID: applyAs<FANN_SIGMOID> (x, y, n); break;
+                case FANN_SIGMOID_STEPWISE: applyAs<FANN_SIGMOID_STEPWISE> (x, y, n); break;
+                case FANN_SIGMOID_SYMMETRIC: applyAs<FANN_SIGMOID_SYMMETRIC> (x, y, n); break;
+                case FANN_SIGMOID_SYMMETRIC_STEPWISE: applyAs<FANN_SIGMOID_SYMMETRIC_STEPWISE> (x, y, n); break;
+                case FANN_ELLIOT: applyAs<FANN_ELLIOT> (x, y, n); break;
+                case FANN_ELLIOT_SYMMETRIC: applyAs<FANN_ELLIOT_SYMMETRIC> (x, y, n); break;
+                default:
+                    for (int b = 0; b < n; ++b)
+                        fann_activation_switch ((fann_activationfunc_enum) activation, x[b], y[b]);
+                    break;
+            }
         }
     }
 
@@ -163,6 +174,14 @@ UpmixerDialogNetwork::UpmixerDialogNetwork()
         const std::lock_guard<std::mutex> lock (s.copyLock);
         m_pNet = fann_copy (s.net);
     }
+    if (m_pNet != nullptr)
+        buildPlan();
+}
+
+UpmixerDialogNetwork::UpmixerDialogNetwork (const juce::File& file)
+{
+    juce::String error;
+    m_pNet = loadFile (file, error);
     if (m_pNet != nullptr)
         buildPlan();
 }
@@ -271,7 +290,7 @@ void UpmixerDialogNetwork::runFrame (float* inputs, int numBins, float* probabil
                 x = -maxSum;
             sum[b] = x;
         }
-        activate (neuron.activation, sum, out, numBins);
+        fannActivation::apply (neuron.activation, sum, out, numBins);
     }
 
     const float* output = m_values.data() + m_nOutputNeuron * maxBins;

@@ -40,6 +40,10 @@ public:
         Copies the shared network, if there is one. */
     UpmixerDialogNetwork();
 
+    /** Message thread; allocates and reads the disk: a network of its own from the given file
+        (tools and tests that try networks); not loaded when loadFile() refuses the file. */
+    explicit UpmixerDialogNetwork (const juce::File& file);
+
     /** Message thread; frees this engine's copy. */
     ~UpmixerDialogNetwork();
 

@@ -1,0 +1,376 @@
+// The dialogue detector: its network file, its inputs, and dialogue moving to the centre.
+// Cases:
+//  - resources/dialog.net loads (37 inputs); a missing file, a file that is no network and a
+//    network of the wrong shape are refused with a reason; "Install Folder" adds a place to look,
+//    after the binary's own folders and the source tree;
+//  - under a locale whose decimal separator is a comma the file loads all the same and computes
+//    the same (skipped where the comma locale cannot be generated);
+//  - the frame-wide run gives fann_run's results bit for bit, for the shipped network and for
+//    networks of other shapes and activation functions (sigmoid, symmetric, stepwise, Elliott,
+//    linear, shortcut connections, scaled inputs);
+//  - the input arrangement: bins k - 1, k, k + 1 of each frame at their places, the edge bins
+//    repeating themselves, silence giving finite inputs, the frequency input of a bin taken at
+//    48 kHz;
+//  - isolation on moves all of a centred voice-band tone into C, where the phase split alone
+//    leaves part of it in the fronts: C carries it 6 dB louder; a centred 12 kHz tone, outside
+//    the voice band, stays where the split puts it;
+//  - isolation switched on mid-stream (network runs skipped until then) catches up with an
+//    engine that had it on from the start within a few frames, through the mask's attack.
+#include "engine/UpmixerDialogFeatures.h"
+#include "engine/UpmixerDialogNetwork.h"
+#include "processor/KaSettingsStore.h"
+#include "processor/UpmixerParameters.h"
+#include "support/EngineTestRig.h"
+
+#include <fann.h>
+#include <gtest/gtest.h>
+
+#include <locale.h>
+
+#include <cmath>
+#include <vector>
+
+using namespace UpmixerParam;
+using namespace EngineSignals;
+using namespace KaChannelRouting;
+namespace F = UpmixerDialogFeatures;
+
+namespace
+{
+juce::File shippedNetwork() { return juce::File (ORRIN_SOURCE_DIR).getChildFile ("resources/dialog.net"); }
+
+juce::File tempFile (const juce::String& name)
+{
+    return juce::File::getSpecialLocation (juce::File::tempDirectory).getNonexistentChildFile (name, ".net", false);
+}
+
+/** Input vectors of a frame from six frames of made-up spectra (tones over noise). */
+std::vector<float> someInputs (int seed)
+{
+    struct Bin
+    {
+        double re = 0.0, im = 0.0;
+    };
+    juce::Random random (seed);
+    std::vector<std::vector<float>> level (F::numHistoryFrames, std::vector<float> (F::frameStride));
+    std::vector<std::vector<float>> diff (F::numHistoryFrames, std::vector<float> (F::frameStride));
+    const float* levels[F::numHistoryFrames];
+    const float* diffs[F::numHistoryFrames];
+    for (int j = 0; j < F::numHistoryFrames; ++j)
+    {
+        std::vector<Bin> left (F::numBins), right (F::numBins);
+        for (int k = 0; k < F::numBins; ++k)
+        {
+            const double scale = k % 17 == 0 ? 100.0 : 0.1;
+            left[(size_t) k] = { scale * (random.nextDouble() - 0.5), scale * (random.nextDouble() - 0.5) };
+            right[(size_t) k] = k % 34 == 0 ? left[(size_t) k] : Bin { scale * (random.nextDouble() - 0.5), 0.0 };
+        }
+        F::computeFrameLevels (left.data(), right.data(), level[(size_t) j].data(), diff[(size_t) j].data());
+        levels[j] = level[(size_t) j].data();
+        diffs[j] = diff[(size_t) j].data();
+    }
+    std::vector<float> inputs ((size_t) F::numBins * F::numInputs);
+    F::computeDialogFeatures (levels, diffs, inputs.data());
+    return inputs;
+}
+
+/** Asserts that the frame-wide run of the network in file equals fann_run on every bin. */
+void expectSameAsFannRun (const juce::File& file, int seed)
+{
+    juce::String error;
+    fann* reference = UpmixerDialogNetwork::loadFile (file, error);
+    ASSERT_NE (reference, nullptr) << error;
+    UpmixerDialogNetwork network (file);
+    ASSERT_TRUE (network.isLoaded());
+
+    auto inputs = someInputs (seed);
+    auto referenceInputs = inputs;
+    std::vector<float> probabilities ((size_t) F::numBins);
+    network.runFrame (inputs.data(), F::numBins, probabilities.data());
+
+    const bool scaled = reference->scale_mean_in != nullptr;
+    for (int k = 0; k < F::numBins; ++k)
+    {
+        float* row = referenceInputs.data() + k * F::numInputs;
+        if (scaled)
+            fann_scale_input (reference, row);
+        const float expected = std::clamp (fann_run (reference, row)[0], 0.0f, 1.0f);
+        ASSERT_EQ (probabilities[(size_t) k], expected) << file.getFileName() << " bin " << k;
+    }
+    fann_destroy (reference);
+}
+
+juce::File saveNetwork (fann* net, const juce::String& name)
+{
+    const auto file = tempFile (name);
+    EXPECT_EQ (fann_save (net, file.getFullPathName().toRawUTF8()), 0);
+    fann_destroy (net);
+    return file;
+}
+
+/** A network of 37 inputs with seeded random weights. */
+fann* randomNetwork (bool shortcut, fann_activationfunc_enum hidden, fann_activationfunc_enum output, unsigned int seed)
+{
+    fann* net = shortcut ? fann_create_shortcut (3, 37, 5, 1) : fann_create_standard (4, 37, 7, 5, 1);
+    fann_set_activation_function_hidden (net, hidden);
+    fann_set_activation_function_output (net, output);
+    fann_set_activation_steepness_hidden (net, 0.7f);
+    srand (seed);
+    fann_randomize_weights (net, -0.4f, 0.4f);
+    return net;
+}
+}
+
+TEST (EngineDialogNetwork, LoadsTheShippedFileAndRefusesBadOnes)
+{
+    juce::String error;
+    fann* net = UpmixerDialogNetwork::loadFile (shippedNetwork(), error);
+    ASSERT_NE (net, nullptr) << error;
+    EXPECT_EQ (fann_get_num_input (net), 37u);
+    EXPECT_GE (fann_get_num_output (net), 1u);
+    fann_destroy (net);
+
+    EXPECT_EQ (UpmixerDialogNetwork::loadFile (tempFile ("missing"), error), nullptr);
+    EXPECT_TRUE (error.contains ("no file"));
+
+    const auto notANetwork = tempFile ("garbage");
+    notANetwork.replaceWithText ("FANN_FLO_2.1\nthis is not a network\n");
+    EXPECT_EQ (UpmixerDialogNetwork::loadFile (notANetwork, error), nullptr);
+    EXPECT_TRUE (error.contains ("cannot read"));
+    notANetwork.deleteFile();
+
+    const auto wrongShape = saveNetwork (fann_create_standard (3, 10, 4, 1), "ten-inputs");
+    EXPECT_EQ (UpmixerDialogNetwork::loadFile (wrongShape, error), nullptr);
+    EXPECT_TRUE (error.contains ("10 inputs"));
+    EXPECT_FALSE (UpmixerDialogNetwork (wrongShape).isLoaded());
+    wrongShape.deleteFile();
+
+    // The engine's own copy of the shared network.
+    EXPECT_TRUE (UpmixerDialogNetwork().isLoaded());
+}
+
+TEST (EngineDialogNetwork, LooksBesideTheBinaryThenInTheSourceTreeThenTheInstallFolder)
+{
+    auto& settings = KaSettingsStore::getInstance();
+    settings.remove ("Install Folder");
+    const auto withoutInstall = UpmixerDialogNetwork::candidateFiles();
+    ASSERT_GE (withoutInstall.size(), 3);
+    const auto binaryFolder = juce::File::getSpecialLocation (juce::File::currentExecutableFile).getParentDirectory();
+    EXPECT_EQ (withoutInstall[0], binaryFolder.getChildFile ("dialog.net"));
+    EXPECT_EQ (withoutInstall[1], binaryFolder.getParentDirectory().getChildFile ("Resources/dialog.net"));
+    EXPECT_EQ (withoutInstall.getLast(), shippedNetwork());
+
+    const auto install = juce::File::getSpecialLocation (juce::File::tempDirectory).getChildFile ("orrin-install");
+    settings.setString ("Install Folder", install.getFullPathName());
+    const auto withInstall = UpmixerDialogNetwork::candidateFiles();
+    settings.remove ("Install Folder");
+    ASSERT_EQ (withInstall.size(), withoutInstall.size() + 1);
+    EXPECT_EQ (withInstall.getLast(), install.getChildFile ("Resources/dialog.net"));
+}
+
+TEST (EngineDialogNetwork, LoadsUnderACommaDecimalLocale)
+{
+    // A comma locale compiled into a temporary folder: nothing of the system's is changed.
+    const auto folder = juce::File::getSpecialLocation (juce::File::tempDirectory).getNonexistentChildFile ("orrin-locale", "", false);
+    folder.createDirectory();
+    const auto command = "localedef -i de_DE -f UTF-8 -c \"" + folder.getChildFile ("de_DE.UTF-8").getFullPathName() + "\" >/dev/null 2>&1";
+    if (std::system (command.toRawUTF8()) != 0)
+    {
+        folder.deleteRecursively();
+        GTEST_SKIP() << "cannot generate a de_DE locale here";
+    }
+    setenv ("LOCPATH", folder.getFullPathName().toRawUTF8(), 1);
+    const locale_t comma = newlocale (LC_ALL_MASK, "de_DE.UTF-8", (locale_t) 0);
+    unsetenv ("LOCPATH");
+    ASSERT_NE (comma, (locale_t) 0);
+
+    const locale_t previous = uselocale (comma);
+    char text[16];
+    snprintf (text, sizeof (text), "%.1f", 0.5);
+    juce::String error;
+    fann* underComma = UpmixerDialogNetwork::loadFile (shippedNetwork(), error);
+    uselocale (previous);
+    freelocale (comma);
+    folder.deleteRecursively();
+
+    EXPECT_STREQ (text, "0,5");  // the locale really reads and writes numbers with a comma
+    ASSERT_NE (underComma, nullptr) << error;
+    fann* underC = UpmixerDialogNetwork::loadFile (shippedNetwork(), error);
+    ASSERT_NE (underC, nullptr);
+    auto inputs = someInputs (7);
+    for (int k = 0; k < F::numBins; k += 8)
+    {
+        float* row = inputs.data() + k * F::numInputs;
+        EXPECT_EQ (fann_run (underComma, row)[0], fann_run (underC, row)[0]) << "bin " << k;
+    }
+    fann_destroy (underComma);
+    fann_destroy (underC);
+}
+
+TEST (EngineDialogNetwork, FrameRunMatchesFannRunBitForBit)
+{
+    expectSameAsFannRun (shippedNetwork(), 1);
+
+    const fann_activationfunc_enum kinds[][2] = {
+        { FANN_SIGMOID, FANN_SIGMOID },
+        { FANN_SIGMOID_SYMMETRIC, FANN_SIGMOID },
+        { FANN_SIGMOID_SYMMETRIC_STEPWISE, FANN_SIGMOID_STEPWISE },
+        { FANN_ELLIOT_SYMMETRIC, FANN_ELLIOT },
+        { FANN_GAUSSIAN, FANN_LINEAR_PIECE },
+    };
+    unsigned int seed = 10;
+    for (const auto& kind : kinds)
+    {
+        const auto file = saveNetwork (randomNetwork (false, kind[0], kind[1], seed), "random");
+        expectSameAsFannRun (file, (int) seed++);
+        file.deleteFile();
+    }
+
+    const auto shortcut = saveNetwork (randomNetwork (true, FANN_SIGMOID_SYMMETRIC, FANN_SIGMOID, 20), "shortcut");
+    expectSameAsFannRun (shortcut, 20);
+    shortcut.deleteFile();
+
+    // Scaling parameters stored in the file are applied before the run.
+    fann* scaled = randomNetwork (false, FANN_SIGMOID, FANN_SIGMOID, 30);
+    fann_train_data* data = fann_create_train (4, 37, 1);
+    for (unsigned int i = 0; i < 4; ++i)
+    {
+        for (unsigned int j = 0; j < 37; ++j)
+            data->input[i][j] = (float) (i * 3 + j % 5) - 4.0f;
+        data->output[i][0] = (float) i / 4.0f;
+    }
+    fann_set_input_scaling_params (scaled, data, -1.0f, 1.0f);
+    fann_destroy_train (data);
+    const auto scaledFile = saveNetwork (scaled, "scaled");
+    expectSameAsFannRun (scaledFile, 30);
+    scaledFile.deleteFile();
+}
+
+TEST (EngineDialogFeatures, ArrangesNeighboursFramesAndFrequency)
+{
+    // Frame j holds level 10 j at every bin, 50 + 10 j at bin 100; diff 5 below level.
+    std::vector<std::vector<float>> level (F::numHistoryFrames, std::vector<float> (F::frameStride));
+    std::vector<std::vector<float>> diff (F::numHistoryFrames, std::vector<float> (F::frameStride));
+    const float* levels[F::numHistoryFrames];
+    const float* diffs[F::numHistoryFrames];
+    for (int j = 0; j < F::numHistoryFrames; ++j)
+    {
+        for (int k = 0; k <= F::frameMeanIndex; ++k)
+            level[(size_t) j][(size_t) k] = 10.0f * j + (k == 100 ? 50.0f : 0.0f);
+        level[(size_t) j][F::frameMeanIndex] = 10.0f * j;  // frame levels 0 ... 50: span 50
+        for (int k = 0; k <= F::frameMeanIndex; ++k)
+            diff[(size_t) j][(size_t) k] = level[(size_t) j][(size_t) k] - 5.0f;
+        levels[j] = level[(size_t) j].data();
+        diffs[j] = diff[(size_t) j].data();
+    }
+    std::vector<float> inputs ((size_t) F::numBins * F::numInputs);
+    F::computeDialogFeatures (levels, diffs, inputs.data());
+    auto at = [&] (int bin, int index) { return inputs[(size_t) (bin * F::numInputs + index)]; };
+
+    for (int j = 0; j < F::numHistoryFrames; ++j)
+    {
+        const float plain = 10.0f * j / 50.0f, peak = (10.0f * j + 50.0f) / 50.0f;
+        EXPECT_FLOAT_EQ (at (100, F::levelInput (j, 1)), peak);
+        EXPECT_FLOAT_EQ (at (99, F::levelInput (j, 2)), peak);   // bin 100 is bin 99's upper neighbour
+        EXPECT_FLOAT_EQ (at (101, F::levelInput (j, 0)), peak);  // and bin 101's lower one
+        EXPECT_FLOAT_EQ (at (100, F::levelInput (j, 0)), plain);
+        EXPECT_FLOAT_EQ (at (100, F::diffInput (j, 1)), peak - 0.1f);
+        EXPECT_FLOAT_EQ (at (0, F::levelInput (j, 0)), at (0, F::levelInput (j, 1)));
+        EXPECT_FLOAT_EQ (at (512, F::diffInput (j, 2)), at (512, F::diffInput (j, 1)));
+    }
+
+    const double bin21 = (std::log (21.0 * 48000.0 / 1024.0) - std::log (10.0)) / (std::log (24000.0) - std::log (10.0));
+    EXPECT_NEAR (at (21, F::frequencyInput), bin21, 1.0e-6);
+    EXPECT_EQ (at (0, F::frequencyInput), 0.0f);
+    EXPECT_EQ (at (512, F::frequencyInput), 1.0f);
+
+    // Silence everywhere (-1e10): finite inputs.
+    for (int j = 0; j < F::numHistoryFrames; ++j)
+    {
+        std::fill (level[(size_t) j].begin(), level[(size_t) j].end(), F::silentDb);
+        std::fill (diff[(size_t) j].begin(), diff[(size_t) j].end(), F::silentDb);
+    }
+    level[2][F::frameMeanIndex] = 40.0f;  // one loud frame among silent ones
+    F::computeDialogFeatures (levels, diffs, inputs.data());
+    for (float x : inputs)
+        ASSERT_TRUE (std::isfinite (x) && std::abs (x) <= F::inputLimit);
+}
+
+TEST (EngineDialogIsolation, MovesACentredVoiceBandToneIntoTheCentre)
+{
+    const int length = 3 * 48000;
+    auto input = byKind (length);
+    std::vector<float> voice ((size_t) length), high ((size_t) length), n1 ((size_t) length), n2 ((size_t) length);
+    sine (voice.data(), length, 440.0, 48000.0, 0.3f);
+    sine (high.data(), length, 12000.0, 48000.0, 0.3f);
+    noise (n1.data(), length, 1, 0.05f);
+    noise (n2.data(), length, 2, 0.05f);
+    for (int i = 0; i < length; ++i)
+    {
+        input.setSample (kindL, i, voice[(size_t) i] + high[(size_t) i] + n1[(size_t) i]);
+        input.setSample (kindR, i, voice[(size_t) i] + high[(size_t) i] + n2[(size_t) i]);
+    }
+
+    auto level = [&] (const float* c, double frequency) {
+        double s = 0.0, k = 0.0;
+        for (int i = 2 * 48000; i < length; ++i)
+        {
+            s += c[i] * std::sin (2.0 * juce::MathConstants<double>::pi * frequency * i / 48000.0);
+            k += c[i] * std::cos (2.0 * juce::MathConstants<double>::pi * frequency * i / 48000.0);
+        }
+        return 2.0 / 48000.0 * std::hypot (s, k);
+    };
+
+    auto centre = [&] (float isolate) {
+        EngineRig rig (1, 6);
+        rig.set (DialogIsolate, isolate);
+        rig.set (DialogExtractionAggression, 1.0f);
+        return rig.run (input);
+    };
+    const auto off = centre (0.0f), on = centre (1.0f);
+    const float* cOff = off.getReadPointer (kindC);
+    const float* cOn = on.getReadPointer (kindC);
+
+    // Without isolation the split gives C 0.707 of the mid (Divergence 0.5); with it the whole
+    // tone is in C first (1.414 of the mid); the centre spread halves both.
+    EXPECT_NEAR (relativeDb (level (cOn, 440.0), level (cOff, 440.0)), 6.0, 1.0);
+    EXPECT_NEAR (relativeDb (level (cOn, 12000.0), level (cOff, 12000.0)), 0.0, 0.5);
+}
+
+TEST (EngineDialogIsolation, SwitchedOnMidStreamCatchesUpWithinAFewFrames)
+{
+    const int block = 512, length = 4 * 48000, switchAt = 188 * block;  // about 2 s in, on a block start
+    auto input = byKind (length);
+    std::vector<float> voice ((size_t) length), n1 ((size_t) length), n2 ((size_t) length);
+    sine (voice.data(), length, 300.0, 48000.0, 0.2f);
+    noise (n1.data(), length, 3, 0.1f);
+    noise (n2.data(), length, 4, 0.1f);
+    for (int i = 0; i < length; ++i)
+    {
+        input.setSample (kindL, i, voice[(size_t) i] + n1[(size_t) i]);
+        input.setSample (kindR, i, voice[(size_t) i] + n2[(size_t) i]);
+    }
+
+    // One frame per 512-sample block: the energy moved by each engine, frame by frame.
+    std::vector<float> always, switched;
+    EngineRig a (1, 6), b (1, 6);
+    a.set (DialogIsolate, 1.0f);
+    a.run (input, block, 12, [&] (int start) {
+        if (start > 0)
+            always.push_back (a.engine->getFrequencyDomainAlgo().dialogEnergy.load());
+    });
+    b.run (input, block, 12, [&] (int start) {
+        if (start == switchAt)
+            b.set (DialogIsolate, 1.0f);
+        if (start > 0)
+            switched.push_back (b.engine->getFrequencyDomainAlgo().dialogEnergy.load());
+    });
+    ASSERT_EQ (always.size(), switched.size());
+
+    const size_t firstOn = (size_t) (switchAt / block);  // the frame of the block after the switch
+    EXPECT_GT (always[firstOn - 1], 0.0f);  // the network finds the centred tone
+    EXPECT_EQ (switched[firstOn - 1], 0.0f);
+    EXPECT_LT (switched[firstOn + 1], 0.9f * always[firstOn + 1]);  // builds up through the attack, not at once
+    for (size_t frame = firstOn + 12; frame < always.size(); ++frame)
+        EXPECT_NEAR (switched[frame], always[frame], 0.03f * always[frame]) << "frame " << frame;
+}
