@@ -30,6 +30,7 @@ public:
 
     /** Any thread, no allocation: takes effect with the next block. */
     void setChannels (int a, int b) noexcept;
+    /** Any thread, no allocation: the channels (kinds or indices) compared. */
     int getChannelA() const noexcept { return m_nChannelA.load (std::memory_order_relaxed); }
     int getChannelB() const noexcept { return m_nChannelB.load (std::memory_order_relaxed); }
 

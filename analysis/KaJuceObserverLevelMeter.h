@@ -36,6 +36,7 @@ public:
 
     /** Any thread, no allocation: -1 none, 0..n-1 that channel, or sourceMid / Side / All. */
     void setSource (int source) noexcept { m_nSource.store (source, std::memory_order_relaxed); }
+    /** Any thread, no allocation. */
     int getSource() const noexcept { return m_nSource.load (std::memory_order_relaxed); }
 
     /** Any thread, no allocation: a constant added to every reading. */

@@ -1,40 +1,19 @@
 #include "app/UpmixReportPicture.h"
-#include "analysis/UpmixerSpeakerAngles.h"
 #include "app/UpmixReportRecorder.h"
-#include "processor/KaChannelRouting.h"
+#include "app/UpmixReportSidePanel.h"
+#include "app/UpmixReportStyle.h"
 
 #include <algorithm>
 #include <cmath>
 
 namespace
 {
+    using namespace UpmixReportStyle;
+
     // Tall enough for ten inputs and twelve outputs in the peak list; cut to what was drawn.
     constexpr int pictureWidth = 1400, maxPictureHeight = 1000;
     const juce::Rectangle<int> fieldArea { 96, 96, 1000, 560 };
     constexpr int sideX = 1150, sideWidth = 230;
-    constexpr float levelRangeDb = 60.0f;
-
-    const juce::Colour backgroundColour (0xff15171b), textColour (0xffe6e6e6), dimColour (0xff9aa0a8),
-        gridColour (0x50ffffff);
-
-    juce::Font font (float size, bool bold = false) { return juce::Font (size, bold ? juce::Font::bold : juce::Font::plain); }
-
-    /** The colour wheel of directions: front yellow, L red, the left side magenta, R green, the
-        right side cyan, behind blue. The front is stretched over more of the wheel than its
-        share of the circle (30 degrees off centre takes a sixth of the wheel), because most of
-        a mix sits there and small shifts in it matter. */
-    float hueOf (double azimuthDegrees)
-    {
-        const double stretched = std::copysign (180.0 * std::pow (std::min (std::abs (azimuthDegrees), 180.0) / 180.0, 0.6), azimuthDegrees);
-        const double h = 0.15 + stretched / 360.0;
-        return (float) (h - std::floor (h));
-    }
-
-    juce::Colour colourOf (double azimuthDegrees, double spread, float level01)
-    {
-        const auto saturation = (float) juce::jlimit (0.0, 1.0, 1.0 - spread);
-        return juce::Colour::fromHSV (hueOf (azimuthDegrees), saturation, std::pow (juce::jlimit (0.0f, 1.0f, level01), 0.8f), 1.0f);
-    }
 
     /** The field resampled to columns of time: per column and band, the slots' vectors summed
         and the energy per bin and slot (so that wide bands and long columns are not brighter),
@@ -178,113 +157,6 @@ namespace
         g.drawText ("Frequency (Hz)", -120, -10, 240, 20, juce::Justification::centred);
     }
 
-    /** The legend of the colours: the wheel of directions with the layout's loudspeakers, and
-        ramps for spread and level. */
-    int drawLegend (juce::Graphics& g, const UpmixReportRecorder& recorder, int top)
-    {
-        g.setColour (textColour);
-        g.setFont (font (16.0f, true));
-        g.drawText ("Direction", sideX, top, sideWidth, 20, juce::Justification::centredLeft);
-
-        const float radius = 72.0f;
-        const juce::Point<float> centre ((float) sideX + sideWidth / 2.0f, (float) top + 40.0f + radius + 14.0f);
-        for (int a = -180; a < 180; a += 2)
-        {
-            juce::Path segment;
-            segment.addPieSegment (centre.x - radius, centre.y - radius, radius * 2.0f, radius * 2.0f,
-                                   juce::degreesToRadians ((float) a), juce::degreesToRadians ((float) a + 2.5f), 0.55f);
-            g.setColour (colourOf (a + 1.0, 0.0, 1.0f));
-            g.fillPath (segment);
-        }
-        g.setColour (dimColour);
-        g.fillEllipse (juce::Rectangle<float> (10.0f, 10.0f).withCentre (centre));  // the listener
-        g.setFont (font (11.0f));
-        g.drawText ("front", juce::Rectangle<float> (60.0f, 14.0f).withCentre (centre.translated (0.0f, -radius * 0.35f)), juce::Justification::centred);
-
-        g.setFont (font (14.0f, true));
-        for (int kind = 0; kind < KaChannelRouting::numKinds; ++kind)
-        {
-            const float azimuth = UpmixerSpeakerAngles::azimuthOf (kind, recorder.getRouting(), recorder.getNumOutputs());
-            if (std::isnan (azimuth))
-                continue;
-            const float a = juce::degreesToRadians (azimuth);
-            const juce::Point<float> direction (std::sin (a), -std::cos (a));
-            // Heights sit inside the ring, on the floor position below them.
-            const bool height = kind >= KaChannelRouting::kindLts;
-            const auto dot = centre + direction * (height ? radius * 0.72f : radius);
-            g.setColour (juce::Colours::white);
-            g.fillEllipse (juce::Rectangle<float> (7.0f, 7.0f).withCentre (dot));
-            g.setColour (backgroundColour);
-            g.drawEllipse (juce::Rectangle<float> (7.0f, 7.0f).withCentre (dot), 1.0f);
-            const auto labelCentre = centre + direction * (height ? radius * 0.38f : radius + 18.0f);
-            g.setColour (textColour);
-            g.drawText (KaChannelRouting::kindName (kind, recorder.getRouting()), juce::Rectangle<float> (40.0f, 16.0f).withCentre (labelCentre),
-                        juce::Justification::centred);
-        }
-
-        // Ramps: spread (the saturation) and level (the brightness), at the front's hue.
-        int y = (int) (centre.y + radius + 34.0f);
-        auto ramp = [&] (const juce::String& name, const juce::String& low, const juce::String& high, auto colourAt) {
-            g.setColour (textColour);
-            g.setFont (font (14.0f, true));
-            g.drawText (name, sideX, y, sideWidth, 18, juce::Justification::centredLeft);
-            y += 20;
-            const int rampWidth = sideWidth;
-            for (int i = 0; i < rampWidth; ++i)
-            {
-                g.setColour (colourAt ((float) i / (float) (rampWidth - 1)));
-                g.fillRect (sideX + i, y, 1, 12);
-            }
-            y += 14;
-            g.setColour (dimColour);
-            g.setFont (font (12.0f));
-            g.drawText (low, sideX, y, sideWidth, 14, juce::Justification::centredLeft);
-            g.drawText (high, sideX, y, sideWidth, 14, juce::Justification::centredRight);
-            y += 22;
-        };
-        ramp ("Spread", "one speaker", "all around", [] (float p) { return colourOf (0.0, p, 1.0f); });
-        ramp ("Level", "-60 dB", "the band's loudest", [] (float p) { return colourOf (0.0, 0.0, p); });
-        return y;
-    }
-
-    /** Returns the bottom of the list. */
-    int drawPeaks (juce::Graphics& g, const UpmixReportRecorder& recorder, int top)
-    {
-        g.setColour (textColour);
-        g.setFont (font (16.0f, true));
-        g.drawText ("Peak level (dBFS)", sideX, top, sideWidth, 20, juce::Justification::centredLeft);
-        int y = top + 24;
-        const int barX = sideX + 44, barWidth = 120;
-
-        auto group = [&] (const juce::String& heading, const std::vector<UpmixReportRecorder::Peak>& peaks) {
-            g.setColour (dimColour);
-            g.setFont (font (13.0f, true));
-            g.drawText (heading, sideX, y, sideWidth, 16, juce::Justification::centredLeft);
-            y += 17;
-            for (const auto& peak : peaks)
-            {
-                const bool silent = peak.db < -200.0f;
-                const float fill = silent ? 0.0f : juce::jlimit (0.0f, 1.0f, 1.0f + peak.db / levelRangeDb);
-                g.setColour (textColour);
-                g.setFont (font (13.0f));
-                g.drawText (peak.name, sideX + 8, y, 36, 15, juce::Justification::centredLeft);
-                g.setColour (juce::Colour (0xff2a2e35));
-                g.fillRect (barX, y + 3, barWidth, 9);
-                g.setColour (peak.db > -1.0f ? juce::Colour (0xffe0523f) : juce::Colour (0xff58b368));
-                g.fillRect (barX, y + 3, (int) std::round (fill * (float) barWidth), 9);
-                g.setColour (textColour);
-                g.drawText (silent ? juce::String ("-inf") : juce::String (peak.db, 1), barX + barWidth, y, sideX + sideWidth - barX - barWidth, 15,
-                            juce::Justification::centredRight);
-                y += 16;
-            }
-            y += 4;
-        };
-        group ("Input", recorder.getInputPeaks());
-        group ("Upmix", recorder.getUpmixPeaks());
-        group ("Downmix", recorder.getDownmixPeaks());
-        return y;
-    }
-
     void drawTitle (juce::Graphics& g, const UpmixReportPicture::Description& d)
     {
         g.setColour (textColour);
@@ -312,8 +184,8 @@ juce::Image UpmixReportPicture::draw (const UpmixReportRecorder& recorder, const
             drawTimeAxis (g, description.durationSeconds);
         if (const auto* bands = recorder.getBands(); bands != nullptr && bands->size() > 0)
             drawFrequencyAxis (g, *bands);
-        const int legendEnd = drawLegend (g, recorder, fieldArea.getY());
-        bottom = std::max (fieldArea.getBottom() + 64, drawPeaks (g, recorder, legendEnd + 6) + 16);
+        const int legendEnd = UpmixReportSidePanel::drawLegend (g, recorder, { sideX, fieldArea.getY(), sideWidth, 0 });
+        bottom = std::max (fieldArea.getBottom() + 64, UpmixReportSidePanel::drawPeaks (g, recorder, { sideX, legendEnd + 6, sideWidth, 0 }) + 16);
     }
 
     juce::Image image (juce::Image::RGB, pictureWidth, std::min (bottom, maxPictureHeight), false, juce::SoftwareImageType());
