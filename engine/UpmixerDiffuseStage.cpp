@@ -38,6 +38,12 @@ void UpmixerDiffuseStage::synthesise (const UpmixerChannels& channels, int numSa
     float* const chLsr = channels[6];
     float* const chRsr = channels[7];
 
+    // A length asked for (by this block's setting) starts its 10000-sample cross-fade with the
+    // block's first sample: with any later start the sound would depend on how the host splits
+    // its blocks. A request during a running fade waits for the fade to end.
+    m_diffuseDelay.updateDelay();
+    m_backDelay.updateDelay();
+
     DenormalNoise differenceNoise (DenormalNoise::difference), sideNoise (DenormalNoise::side), backNoise (DenormalNoise::back);
     auto at = [] (const float* channel, int i) noexcept { return channel != nullptr ? channel[i] : 0.0f; };
 
@@ -72,10 +78,6 @@ void UpmixerDiffuseStage::synthesise (const UpmixerChannels& channels, int numSa
         if (chLsr != nullptr) chLsr[i] = chLsr[i] * (1.0f - gD) + backL;
         if (chRsr != nullptr) chRsr[i] = chRsr[i] * (1.0f - gD) + backR;
     }
-
-    // A length asked for since the last block starts its 10000-sample cross-fade now.
-    m_diffuseDelay.updateDelay();
-    m_backDelay.updateDelay();
 }
 
 void UpmixerDiffuseStage::shelve (const UpmixerChannels& channels, int numChannels, int numSamples) noexcept

@@ -43,9 +43,8 @@ public:
     void reset() noexcept;
 
     /** Audio thread, no allocation: the synthesis over one block in place. The gains ramp from
-        the last block's across this one. a, b: the centre and surround pan gains. The delay
-        lines get their end-of-block call (which starts a pending length change) also for a
-        block of zero samples. */
+        the last block's across this one. a, b: the centre and surround pan gains. A pending
+        delay length starts its cross-fade here, also in a block of zero samples. */
     void synthesise (const UpmixerChannels& channels, int numSamples, const Gains& gains, float a, float b) noexcept;
 
     /** Audio thread, no allocation: Ls and Rs through the first two shelves, and Lsr and Rsr
