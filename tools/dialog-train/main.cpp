@@ -1,0 +1,539 @@
+// dialog-train --data DIR [options]
+//
+// Trains the dialogue detector "dialog.net" from the mixes that tools/dialog-data made, with
+// FANN's training API, and writes it with its credits.
+//
+//   1. Samples: every mix of DIR/mixes.tsv goes through the engine's framing (BlockOverlaper);
+//      each frame's network inputs come from the engine's own feature functions
+//      (UpmixerDialogFeatures, through DialogToolkit::FeatureHistory). A bin's label is 1 when
+//      the speech's mid power exceeds the background's in that frame (the newest of the six the
+//      inputs see, which is the frame the engine applies the resulting mask to), else 0. Bins
+//      more than 50 dB below the frame's loudest are skipped; of the rest, a few per frame are
+//      drawn (seeded). Validation mixes use validation files only and are never trained on.
+//   2. Candidates: 37-H-1 networks (symmetric sigmoid hidden, sigmoid output), H from --hidden,
+//      trained with RPROP on the training samples from seeded weights; each keeps the network
+//      of its best validation error.
+//   3. Cost: each candidate's per-frame time is measured through the engine's run path
+//      (UpmixerDialogNetwork::runFrame, 513 bins), median of many frames.
+//   4. Choice: the cheapest candidate whose validation accuracy is within --tolerance points of
+//      the most accurate one. It is written to --out under the C numeric locale, the credits to
+//      --credits, the comparison to DIR/train-report.md and to standard output.
+// Deterministic: the same data and options give the same network, whatever the thread count.
+#include "engine/UpmixerDialogNetwork.h"
+#include "tools/dialog-common/DialogToolkit.h"
+
+#include <fann.h>
+
+#include <locale.h>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <map>
+#include <mutex>
+#include <random>
+#include <set>
+#include <thread>
+
+namespace
+{
+namespace F = UpmixerDialogFeatures;
+namespace T = DialogToolkit;
+
+struct Options
+{
+    juce::File data { "/work/dialog-data" };
+    juce::File out { juce::File (ORRIN_SOURCE_DIR).getChildFile ("resources/dialog.net") };
+    juce::File credits { juce::File (ORRIN_SOURCE_DIR).getChildFile ("resources/dialog-credits.txt") };
+    std::vector<int> hidden { 4, 8, 12, 16 };
+    int epochs = 150;
+    int binsPerFrame = 3;
+    int threads = 2;
+    unsigned int seed = 5;
+    double tolerance = 0.5;   // accuracy points
+    double skipBelowDb = 50.0;
+    int maxTrainMixes = 100000;
+};
+
+struct Samples
+{
+    std::vector<float> inputs;  // 37 per sample
+    std::vector<float> labels;
+    size_t size() const { return labels.size(); }
+    void append (const Samples& other)
+    {
+        inputs.insert (inputs.end(), other.inputs.begin(), other.inputs.end());
+        labels.insert (labels.end(), other.labels.begin(), other.labels.end());
+    }
+};
+
+struct Mix
+{
+    juce::String name, split, kind;
+};
+
+std::vector<Mix> readMixes (const juce::File& data)
+{
+    std::vector<Mix> mixes;
+    juce::StringArray lines;
+    data.getChildFile ("mixes.tsv").readLines (lines);
+    for (int i = 1; i < lines.size(); ++i)
+    {
+        const auto fields = juce::StringArray::fromTokens (lines[i], "\t", "");
+        if (fields.size() >= 3)
+            mixes.push_back ({ fields[0], fields[1], fields[2] });
+    }
+    return mixes;
+}
+
+/** The samples of one mix: a few eligible bins of every frame, drawn with the mix's own seed. */
+Samples samplesOf (const Options& options, const Mix& mix, size_t mixIndex)
+{
+    Samples samples;
+    T::Stems stems;
+    juce::String error;
+    const auto folder = options.data.getChildFile ("mixes");
+    if (! T::readStems (folder.getChildFile (mix.name + "-speech.wav"), folder.getChildFile (mix.name + "-background.wav"), stems, error))
+    {
+        std::fprintf (stderr, "dialog-train: %s\n", error.toRawUTF8());
+        return samples;
+    }
+
+    std::mt19937_64 random (options.seed * 1000003ull + mixIndex * 7919ull + (mix.split == "val" ? 1 : 0));
+    const double skipBelow = std::pow (10.0, -options.skipBelowDb / 10.0);
+    T::FeatureHistory history;
+    std::vector<float> inputs ((size_t) F::numBins * F::numInputs);
+    std::vector<int> eligible;
+
+    T::FrameRunner runner ([&] (FreqDataStore<Complex>& frame) {
+        const Complex* l = frame.getChannel (0);
+        const Complex* r = frame.getChannel (1);
+        history.push (l, r);
+        history.features (inputs.data());
+
+        double loudest = 0.0;
+        std::array<double, F::numBins> level;
+        for (int k = 0; k < F::numBins; ++k)
+        {
+            level[(size_t) k] = std::max (l[k].re * l[k].re + l[k].im * l[k].im, r[k].re * r[k].re + r[k].im * r[k].im);
+            loudest = std::max (loudest, level[(size_t) k]);
+        }
+        if (loudest < 1.0e-10)
+            return;
+        eligible.clear();
+        for (int k = 0; k < F::numBins; ++k)
+            if (level[(size_t) k] >= loudest * skipBelow)
+                eligible.push_back (k);
+
+        const Complex* sl = frame.getChannel (2);
+        const Complex* sr = frame.getChannel (3);
+        const Complex* bl = frame.getChannel (4);
+        const Complex* br = frame.getChannel (5);
+        for (int n = 0; n < options.binsPerFrame && ! eligible.empty(); ++n)
+        {
+            const size_t pick = (size_t) (random() % eligible.size());
+            const int k = eligible[pick];
+            eligible[pick] = eligible.back();
+            eligible.pop_back();
+            const double smr = (sl[k].re + sr[k].re) / 2.0, smi = (sl[k].im + sr[k].im) / 2.0;
+            const double bmr = (bl[k].re + br[k].re) / 2.0, bmi = (bl[k].im + br[k].im) / 2.0;
+            const bool speech = smr * smr + smi * smi > bmr * bmr + bmi * bmi;
+            const float* row = inputs.data() + k * F::numInputs;
+            samples.inputs.insert (samples.inputs.end(), row, row + F::numInputs);
+            samples.labels.push_back (speech ? 1.0f : 0.0f);
+        }
+    });
+
+    const int n = stems.numSamples();
+    std::vector<float> mixL ((size_t) n), mixR ((size_t) n);
+    for (int i = 0; i < n; ++i)
+    {
+        mixL[(size_t) i] = stems.speechL[(size_t) i] + stems.backgroundL[(size_t) i];
+        mixR[(size_t) i] = stems.speechR[(size_t) i] + stems.backgroundR[(size_t) i];
+    }
+    for (int at = 0; at + T::hop <= n; at += T::hop)
+    {
+        const float* in[7] = { mixL.data() + at, mixR.data() + at, stems.speechL.data() + at, stems.speechR.data() + at,
+                               stems.backgroundL.data() + at, stems.backgroundR.data() + at, nullptr };
+        runner.processHop (in, nullptr);
+    }
+    return samples;
+}
+
+/** Every mix of a split, two threads at most; the result is in mix order whatever the threads. */
+Samples collect (const Options& options, const std::vector<Mix>& mixes, const juce::String& split)
+{
+    std::vector<std::pair<size_t, const Mix*>> chosen;
+    for (size_t i = 0; i < mixes.size(); ++i)
+        if (mixes[i].split == split && (split != "train" || (int) chosen.size() < options.maxTrainMixes))
+            chosen.push_back ({ i, &mixes[i] });
+
+    std::vector<Samples> perMix (chosen.size());
+    std::atomic<size_t> next { 0 };
+    auto work = [&] {
+        for (size_t i; (i = next++) < chosen.size();)
+            perMix[i] = samplesOf (options, *chosen[i].second, chosen[i].first);
+    };
+    std::vector<std::thread> workers;
+    for (int t = 0; t < options.threads; ++t)
+        workers.emplace_back (work);
+    for (auto& w : workers)
+        w.join();
+
+    Samples all;
+    for (const auto& s : perMix)
+        all.append (s);
+    return all;
+}
+
+fann_train_data* toFann (const Samples& samples)
+{
+    fann_train_data* data = fann_create_train ((unsigned int) samples.size(), F::numInputs, 1);
+    for (size_t i = 0; i < samples.size(); ++i)
+    {
+        std::copy_n (samples.inputs.data() + i * F::numInputs, F::numInputs, data->input[i]);
+        data->output[i][0] = samples.labels[i];
+    }
+    return data;
+}
+
+struct Score
+{
+    double mse = 1.0, accuracy = 0.0, speechRecall = 0.0, backgroundRecall = 0.0;
+};
+
+Score score (fann* net, const Samples& samples)
+{
+    Score s;
+    double squared = 0.0;
+    size_t right = 0, speech = 0, speechRight = 0, backgroundRight = 0;
+    for (size_t i = 0; i < samples.size(); ++i)
+    {
+        const float y = fann_run (net, const_cast<float*> (samples.inputs.data() + i * F::numInputs))[0];
+        const float t = samples.labels[i];
+        squared += (double) (y - t) * (y - t);
+        const bool hit = (y > 0.5f) == (t > 0.5f);
+        right += hit ? 1 : 0;
+        speech += t > 0.5f ? 1 : 0;
+        (t > 0.5f ? speechRight : backgroundRight) += hit ? 1 : 0;
+    }
+    const double n = (double) std::max<size_t> (samples.size(), 1);
+    s.mse = squared / n;
+    s.accuracy = 100.0 * (double) right / n;
+    s.speechRecall = 100.0 * (double) speechRight / (double) std::max<size_t> (speech, 1);
+    s.backgroundRecall = 100.0 * (double) backgroundRight / (double) std::max<size_t> (samples.size() - speech, 1);
+    return s;
+}
+
+struct Candidate
+{
+    int hidden = 0;
+    fann* best = nullptr;
+    Score validation, training;
+    int bestEpoch = 0;
+    double seconds = 0.0;
+    double frameMicroseconds = 0.0;
+    juce::File file;
+};
+
+/** Seeded weights, uniform within +-1 / sqrt (inputs of the neuron) (FANN's own uses rand()). */
+void seedWeights (fann* net, unsigned int seed)
+{
+    std::mt19937 random (seed);
+    std::vector<fann_connection> connections (fann_get_total_connections (net));
+    fann_get_connection_array (net, connections.data());
+    std::map<unsigned int, int> fanIn;
+    for (const auto& c : connections)
+        ++fanIn[c.to_neuron];
+    for (auto& c : connections)
+    {
+        const float limit = 1.0f / std::sqrt ((float) fanIn[c.to_neuron]);
+        c.weight = std::uniform_real_distribution<float> (-limit, limit) (random);
+    }
+    fann_set_weight_array (net, connections.data(), (unsigned int) connections.size());
+}
+
+void train (const Options& options, Candidate& candidate, fann_train_data* data, const Samples& training, const Samples& validation, std::mutex& printLock)
+{
+    const auto start = std::chrono::steady_clock::now();
+    fann* net = fann_create_standard (3, F::numInputs, candidate.hidden, 1);
+    fann_set_activation_function_hidden (net, FANN_SIGMOID_SYMMETRIC);
+    fann_set_activation_function_output (net, FANN_SIGMOID);
+    fann_set_training_algorithm (net, FANN_TRAIN_RPROP);
+    fann_set_train_error_function (net, FANN_ERRORFUNC_LINEAR);
+    seedWeights (net, options.seed * 131u + (unsigned int) candidate.hidden);
+
+    constexpr int every = 5;
+    for (int epoch = 1; epoch <= options.epochs; ++epoch)
+    {
+        const float trainMse = fann_train_epoch (net, data);
+        if (epoch % every != 0 && epoch != options.epochs)
+            continue;
+        const Score v = score (net, validation);
+        if (candidate.best == nullptr || v.mse < candidate.validation.mse)
+        {
+            if (candidate.best != nullptr)
+                fann_destroy (candidate.best);
+            candidate.best = fann_copy (net);
+            candidate.validation = v;
+            candidate.bestEpoch = epoch;
+        }
+        const std::lock_guard<std::mutex> lock (printLock);
+        std::printf ("  37-%d-1 epoch %3d: training MSE %.4f, validation MSE %.4f, accuracy %.2f %%\n", candidate.hidden, epoch,
+                     (double) trainMse, v.mse, v.accuracy);
+        std::fflush (stdout);
+    }
+    fann_destroy (net);
+    candidate.training = score (candidate.best, training);
+    candidate.seconds = std::chrono::duration<double> (std::chrono::steady_clock::now() - start).count();
+}
+
+/** Saves under the C numeric locale on this thread (fann_save follows the locale). */
+bool save (fann* net, const juce::File& file)
+{
+    file.getParentDirectory().createDirectory();
+    const locale_t cLocale = newlocale (LC_NUMERIC_MASK, "C", (locale_t) 0);
+    const locale_t previous = uselocale (cLocale);
+    const int result = fann_save (net, file.getFullPathName().toRawUTF8());
+    uselocale (previous);
+    freelocale (cLocale);
+    return result == 0;
+}
+
+/** Median time of one frame (513 bins) through the engine's run path, in microseconds. */
+double frameCost (const juce::File& file, const Samples& validation)
+{
+    UpmixerDialogNetwork network (file);
+    if (! network.isLoaded())
+        return -1.0;
+    std::vector<float> inputs ((size_t) F::numBins * F::numInputs), work (inputs.size()), out (F::numBins);
+    for (int k = 0; k < F::numBins; ++k)
+        std::copy_n (validation.inputs.data() + ((size_t) k * 97 % validation.size()) * F::numInputs, F::numInputs, inputs.data() + k * F::numInputs);
+    std::vector<double> times;
+    for (int run = 0; run < 400; ++run)
+    {
+        work = inputs;
+        const auto t0 = std::chrono::steady_clock::now();
+        network.runFrame (work.data(), F::numBins, out.data());
+        const auto t1 = std::chrono::steady_clock::now();
+        if (run >= 50)
+            times.push_back (std::chrono::duration<double, std::micro> (t1 - t0).count());
+    }
+    std::nth_element (times.begin(), times.begin() + (long) times.size() / 2, times.end());
+    return times[times.size() / 2];
+}
+
+/** A package's copyright file: in the unpacked package, else the installed one. */
+juce::File copyrightFile (const juce::File& data, const juce::String& package)
+{
+    const auto unpacked = data.getChildFile ("pkgs/" + package + "/usr/share/doc/" + package + "/copyright");
+    return unpacked.existsAsFile() ? unpacked : juce::File ("/usr/share/doc/" + package + "/copyright");
+}
+
+void writeCredits (const Options& options, const juce::File& target)
+{
+    // Package -> version, from the manifest; plus the generators that made material.
+    std::map<juce::String, juce::String> packages;
+    juce::StringArray lines;
+    options.data.getChildFile ("manifest.tsv").readLines (lines);
+    std::map<juce::String, int> roles;
+    for (int i = 1; i < lines.size(); ++i)
+    {
+        const auto f = juce::StringArray::fromTokens (lines[i], "\t", "");
+        if (f.size() >= 5)
+        {
+            packages[f[0]] = f[1];
+            ++roles[f[0] + " (" + f[4] + ")"];
+        }
+    }
+    for (const char* generator : { "fortunes", "festvox-us-slt-hts", "fluidsynth" })
+        if (packages.count (generator) == 0)
+        {
+            juce::ChildProcess query;
+            juce::String version = "installed";
+            if (query.start (juce::StringArray { "dpkg-query", "-W", "-f=${Version}", generator }))
+                version = query.readAllProcessOutput().trim();
+            packages[generator] = version;
+        }
+
+    juce::String text;
+    text << "dialog.net, the dialogue detector of Orrin Upmix, was trained by tools/dialog-train on mixes made by\n"
+         << "tools/dialog-data from the following Debian 12 packages. The network holds only weights learnt from\n"
+         << "that material; no audio or text of it is distributed with Orrin Upmix. Files used: see\n"
+         << "resources/dialog-data-manifest.tsv. Summary of each package's debian/copyright follows.\n\n";
+    for (const auto& [package, version] : packages)
+    {
+        const auto file = copyrightFile (options.data, package);
+        juce::StringArray copyright;
+        file.readLines (copyright);
+        juce::String upstream, source;
+        juce::StringArray licences, holders;
+        bool firstStanza = true, inCopyright = false;
+        for (const auto& line : copyright)
+        {
+            if (line.startsWith ("Upstream-Name:"))
+                upstream = line.fromFirstOccurrenceOf (":", false, false).trim();
+            else if (line.startsWith ("Source:") && source.isEmpty())
+                source = line.fromFirstOccurrenceOf (":", false, false).trim();
+            else if (line.startsWith ("License:"))
+            {
+                licences.addIfNotAlreadyThere (line.fromFirstOccurrenceOf (":", false, false).trim());
+                if (holders.size() > 0)
+                    firstStanza = false;
+            }
+            if (line.startsWith ("Copyright:"))
+            {
+                inCopyright = firstStanza;
+                if (inCopyright)
+                    holders.add (line.fromFirstOccurrenceOf (":", false, false).trim());
+            }
+            else if (inCopyright && line.startsWith (" ") && holders.size() < 4)
+                holders.add (line.trim());
+            else
+                inCopyright = false;
+        }
+        text << package << " " << version;
+        if (upstream.isNotEmpty())
+            text << " (" << upstream << ")";
+        text << "\n";
+        for (const auto& [role, count] : roles)
+            if (role.startsWith (package + " ("))
+                text << "  used: " << count << " files as " << role.fromFirstOccurrenceOf ("(", false, false).dropLastCharacters (1) << "\n";
+        if (source.isNotEmpty())
+            text << "  source: " << source << "\n";
+        if (holders.size() > 0)
+            text << "  copyright: " << holders.joinIntoString ("; ") << "\n";
+        licences.removeEmptyStrings();
+        text << "  licences: " << (licences.isEmpty() ? juce::String ("see " + file.getFullPathName()) : licences.joinIntoString (", ")) << "\n\n";
+    }
+    target.replaceWithText (text);
+}
+
+std::vector<int> parseList (const juce::String& text)
+{
+    std::vector<int> values;
+    for (const auto& t : juce::StringArray::fromTokens (text, ",", ""))
+        if (t.getIntValue() > 0)
+            values.push_back (t.getIntValue());
+    return values;
+}
+}
+
+int main (int argc, char** argv)
+{
+    Options options;
+    for (int i = 1; i + 1 < argc; i += 2)
+    {
+        const juce::String key (argv[i]), value (argv[i + 1]);
+        if (key == "--data") options.data = juce::File (juce::File::getCurrentWorkingDirectory().getChildFile (value));
+        else if (key == "--out") options.out = juce::File::getCurrentWorkingDirectory().getChildFile (value);
+        else if (key == "--credits") options.credits = juce::File::getCurrentWorkingDirectory().getChildFile (value);
+        else if (key == "--hidden") options.hidden = parseList (value);
+        else if (key == "--epochs") options.epochs = value.getIntValue();
+        else if (key == "--bins-per-frame") options.binsPerFrame = value.getIntValue();
+        else if (key == "--threads") options.threads = std::clamp (value.getIntValue(), 1, 2);
+        else if (key == "--seed") options.seed = (unsigned int) value.getLargeIntValue();
+        else if (key == "--tolerance") options.tolerance = value.getDoubleValue();
+        else if (key == "--max-train-mixes") options.maxTrainMixes = value.getIntValue();
+        else
+        {
+            std::fprintf (stderr, "dialog-train: unknown option %s\n", argv[i]);
+            return 2;
+        }
+    }
+    if (argc % 2 == 0 || options.hidden.empty())
+    {
+        std::fprintf (stderr, "usage: dialog-train --data DIR [--out FILE] [--credits FILE] [--hidden 4,8,12,16] [--epochs N]\n"
+                              "                    [--bins-per-frame N] [--threads 1|2] [--seed N] [--tolerance POINTS] [--max-train-mixes N]\n");
+        return 2;
+    }
+
+    const auto mixes = readMixes (options.data);
+    if (mixes.empty())
+    {
+        std::fprintf (stderr, "dialog-train: no mixes in %s (run tools/dialog-data first)\n", options.data.getFullPathName().toRawUTF8());
+        return 1;
+    }
+    const auto t0 = std::chrono::steady_clock::now();
+    const Samples training = collect (options, mixes, "train");
+    const Samples validation = collect (options, mixes, "val");
+    auto share = [] (const Samples& s) {
+        return 100.0 * (double) std::count (s.labels.begin(), s.labels.end(), 1.0f) / (double) std::max<size_t> (s.size(), 1);
+    };
+    std::printf ("samples: %zu training (%.1f %% speech), %zu validation (%.1f %% speech), %.0f s\n", training.size(), share (training),
+                 validation.size(), share (validation), std::chrono::duration<double> (std::chrono::steady_clock::now() - t0).count());
+    std::fflush (stdout);
+    if (training.size() == 0 || validation.size() == 0)
+        return 1;
+
+    fann_train_data* data = toFann (training);
+    std::vector<Candidate> candidates;
+    for (int h : options.hidden)
+    {
+        Candidate c;
+        c.hidden = h;
+        candidates.push_back (c);
+    }
+
+    std::mutex printLock;
+    std::atomic<size_t> next { 0 };
+    std::vector<std::thread> workers;
+    for (int t = 0; t < std::min<int> (options.threads, (int) candidates.size()); ++t)
+        workers.emplace_back ([&] {
+            for (size_t i; (i = next++) < candidates.size();)
+                train (options, candidates[i], data, training, validation, printLock);
+        });
+    for (auto& w : workers)
+        w.join();
+    fann_destroy_train (data);
+
+    // Cost through the engine's run path, one candidate after the other (nothing else running).
+    const auto folder = options.data.getChildFile ("candidates");
+    folder.createDirectory();
+    for (auto& c : candidates)
+    {
+        c.file = folder.getChildFile ("dialog-37-" + juce::String (c.hidden) + "-1.net");
+        if (! save (c.best, c.file))
+        {
+            std::fprintf (stderr, "dialog-train: cannot write %s\n", c.file.getFullPathName().toRawUTF8());
+            return 1;
+        }
+        c.frameMicroseconds = frameCost (c.file, validation);
+    }
+
+    double bestAccuracy = 0.0;
+    for (const auto& c : candidates)
+        bestAccuracy = std::max (bestAccuracy, c.validation.accuracy);
+    const Candidate* chosen = nullptr;
+    for (const auto& c : candidates)
+        if (c.validation.accuracy >= bestAccuracy - options.tolerance && (chosen == nullptr || c.frameMicroseconds < chosen->frameMicroseconds))
+            chosen = &c;
+
+    juce::String report;
+    report << "| network | validation accuracy | speech bins found | background bins found | validation MSE | training accuracy | best epoch | "
+              "µs per frame (513 bins) | share of a 512-sample frame at 48 kHz |\n|---|---|---|---|---|---|---|---|---|\n";
+    for (const auto& c : candidates)
+        report << "| 37-" << c.hidden << "-1" << (&c == chosen ? " (shipped)" : "") << " | " << juce::String (c.validation.accuracy, 2) << " % | "
+               << juce::String (c.validation.speechRecall, 1) << " % | " << juce::String (c.validation.backgroundRecall, 1) << " % | "
+               << juce::String (c.validation.mse, 4) << " | " << juce::String (c.training.accuracy, 2) << " % | " << c.bestEpoch << " | "
+               << juce::String (c.frameMicroseconds, 1) << " | " << juce::String (100.0 * c.frameMicroseconds / (512.0 / 48000.0 * 1.0e6), 2)
+               << " % |\n";
+    report << "\nSamples: " << (int) training.size() << " training, " << (int) validation.size() << " validation; "
+           << options.epochs << " RPROP epochs per candidate; seed " << (int) options.seed << "; chosen: the cheapest within "
+           << juce::String (options.tolerance, 1) << " points of the best validation accuracy.\n";
+    options.data.getChildFile ("train-report.md").replaceWithText (report);
+    std::printf ("\n%s\n", report.toRawUTF8());
+
+    if (! save (chosen->best, options.out))
+    {
+        std::fprintf (stderr, "dialog-train: cannot write %s\n", options.out.getFullPathName().toRawUTF8());
+        return 1;
+    }
+    writeCredits (options, options.credits);
+    std::printf ("wrote %s (37-%d-1) and %s in %.0f s\n", options.out.getFullPathName().toRawUTF8(), chosen->hidden,
+                 options.credits.getFullPathName().toRawUTF8(), std::chrono::duration<double> (std::chrono::steady_clock::now() - t0).count());
+    for (auto& c : candidates)
+        fann_destroy (c.best);
+    return 0;
+}
