@@ -1,12 +1,16 @@
-// Upmix engine benchmarks: the whole processor's realtime factor (audio seconds per CPU second,
-// one thread) for 5.1, 7.1 and 7.1.2 with dialogue isolation off and on; one frame of the
-// frequency-domain stage split into its FFTs, the dialogue network and the rest; and the
+// Upmix engine benchmarks: the realtime factor (audio seconds per CPU second, one thread) of the
+// whole processor and of the engine alone for 5.1, 7.1 and 7.1.2 with dialogue isolation off and
+// on; one frame of the frequency-domain stage split into its FFTs, the dialogue network and the
+// rest; and the
 // resident memory one more processor adds. Figures are reported, never asserted; see
 // bench/README.md for the numbers and where the time goes.
 #include "dsp/BlockOverlaper.h"
+#include "engine/KaProfiler.h"
+#include "engine/UpmixerAlgo.h"
 #include "engine/UpmixerDialogFeatures.h"
 #include "engine/UpmixerDialogNetwork.h"
 #include "engine/UpmixerFrequencyDomainAlgo.h"
+#include "processor/KaParameterTable.h"
 #include "processor/UpmixerParameters.h"
 #include "processor/UpmixerProcessor.h"
 
@@ -71,6 +75,17 @@ namespace
         }
     }
 
+    /** The engine's host without the processor: the parameter table with its defaults. */
+    class BareHost : public UpmixerAlgoInterface
+    {
+    public:
+        BareHost() { table.registerParameters (UpmixerParam::createParameterInfos()); }
+        KaProfiler* getProfiler() noexcept override { return &profiler; }
+        float getParameterValue (int number) const noexcept override { return table.get (number); }
+        KaParameterTable table;
+        KaProfiler profiler;
+    };
+
     long residentBytes()
     {
         std::ifstream statm ("/proc/self/statm");
@@ -108,6 +123,41 @@ static void BM_ProcessorRealtimeFactor (benchmark::State& state)
     state.SetLabel (numOutputs == 6 ? "5.1" : numOutputs == 8 ? "7.1" : "7.1.2");
 }
 BENCHMARK (BM_ProcessorRealtimeFactor)->ArgsProduct ({ { 6, 8, 10 }, { 0, 1 } })->ArgNames ({ "outputs", "isolation" });
+
+// The engine alone (no processor around it: no trims, routing copies, downmix, Listen or meters),
+// stereo in, 512-sample blocks. Arguments as above.
+static void BM_EngineRealtimeFactor (benchmark::State& state)
+{
+    initialiseJuceOnce();
+    const int numOutputs = (int) state.range (0);
+    BareHost host;
+    host.table.set (UpmixerParam::DialogIsolate, state.range (1) != 0 ? 1.0f : 0.0f);
+    UpmixerAlgo engine;
+    engine.prepare (&host, (float) sampleRate);
+    engine.setOutputLayout (numOutputs == 6 ? 1 : numOutputs == 8 ? 4 : 16);  // L R C LFE Ls Rs (Lsr Rsr Lts Rts)
+    engine.setNumOutputChannels (numOutputs);
+    engine.setNumOverheadChannels (numOutputs - 8 > 0 ? numOutputs - 8 : 0);
+
+    const int length = 10 * (int) sampleRate;
+    juce::AudioBuffer<float> programme (2, length);
+    juce::Random random (1);
+    fillStereo (programme, length, random);
+    juce::AudioBuffer<float> block (UpmixerAlgo::maxChannels, blockSize);
+    int position = 0;
+
+    for (auto _ : state)
+    {
+        block.clear();
+        block.copyFrom (0, 0, programme, 0, position, blockSize);
+        block.copyFrom (1, 0, programme, 1, position, blockSize);
+        position = (position + blockSize) % (length - blockSize);
+        engine.process (block.getArrayOfWritePointers(), UpmixerAlgo::maxChannels, blockSize);
+        benchmark::DoNotOptimize (block.getReadPointer (0));
+    }
+    state.counters["realtime"] = benchmark::Counter ((double) state.iterations() * blockSize / sampleRate, benchmark::Counter::kIsRate);
+    state.SetLabel (numOutputs == 6 ? "5.1" : numOutputs == 8 ? "7.1" : "7.1.2");
+}
+BENCHMARK (BM_EngineRealtimeFactor)->ArgsProduct ({ { 6, 8, 10 }, { 0, 1 } })->ArgNames ({ "outputs", "isolation" });
 
 // One frame's FFTs: the overlapper fed one hop (7 forward and 7 inverse transforms and the
 // overlap-add), with a callback that does nothing.
@@ -198,17 +248,12 @@ static void BM_FrameRest (benchmark::State& state)
 BENCHMARK (BM_FrameRest);
 
 // Resident memory one more processor adds, prepared at 48 kHz for 7.1.2 and run for a second
-// (so that every buffer it uses has been touched). A first processor is built and dropped
-// before, so the process-wide parts (FFT plans, the shared network, JUCE) are not counted.
+// (so that every buffer it uses has been touched). A first processor is built and run before and
+// kept, so the process-wide parts (FFT plans, the shared network, JUCE) and the allocator's
+// first arenas are not counted.
 static void BM_ProcessorResidentMemory (benchmark::State& state)
 {
-    makeProcessor (10, true).reset();
-
-    double added = 0.0;
-    for (auto _ : state)
-    {
-        const long before = residentBytes();
-        auto processor = makeProcessor (10, true);
+    auto runOneSecond = [] (UpmixerProcessor& processor) {
         juce::AudioBuffer<float> buffer (10, blockSize);
         juce::MidiBuffer midi;
         juce::Random random (4);
@@ -216,10 +261,20 @@ static void BM_ProcessorResidentMemory (benchmark::State& state)
         {
             buffer.clear();
             fillStereo (buffer, blockSize, random);
-            processor->processBlock (buffer, midi);
+            processor.processBlock (buffer, midi);
         }
+    };
+    auto first = makeProcessor (10, true);
+    runOneSecond (*first);
+
+    double added = 0.0;
+    for (auto _ : state)
+    {
+        const long before = residentBytes();
+        auto another = makeProcessor (10, true);
+        runOneSecond (*another);
         added = (double) (residentBytes() - before);
-        benchmark::DoNotOptimize (processor.get());
+        benchmark::DoNotOptimize (another.get());
     }
     state.counters["added_MB"] = added / (1024.0 * 1024.0);
 }
