@@ -228,8 +228,12 @@ void UpmixerDialogNetwork::buildPlan()
 
 // Built twice, for AVX2 and for the baseline, and chosen when the program loads: the sums over
 // the bins are twice as wide with AVX2 (AVX2 alone brings no fused multiply-add, so the sums
-// round exactly as in fann_run).
+// round exactly as in fann_run). ThreadSanitizer instruments the resolver that picks the clone,
+// which runs while the program is being loaded, before the sanitizer's runtime exists, and
+// crashes it: a ThreadSanitizer build keeps the baseline only.
+#if ! defined(__SANITIZE_THREAD__)
 __attribute__ ((target_clones ("avx2", "default")))
+#endif
 void UpmixerDialogNetwork::runFrame (float* inputs, int numBins, float* probabilities) noexcept
 {
     if (m_pNet == nullptr)
