@@ -2,10 +2,14 @@
 // - 139 parameters with their display names, named programs, the reported latency (1536);
 // - speaker placement: with Listen Source on, each input speaker's content arrives on the host
 //   output whose channel type names that speaker, for 5.1, 7.1, 7.1.2 and 7.1.4 (VST3; the LV2
-//   carries its fixed stereo-in, 5.1-out ports).
+//   carries its fixed stereo-in, 5.1-out ports);
+// - the upmix itself, live in the host: a centred tone reaches the centre channel, a hard-left
+//   tone stays out of the right channel, and at 7.1.2 the heights carry some of the centre.
 #include "HostPluginLoader.h"
 
 #include <gtest/gtest.h>
+
+#include <map>
 
 using HostPluginLoader::Format;
 
@@ -75,6 +79,67 @@ TEST_P (HostPlugins, StereoSourceLandsOnLeftAndRight)
         const float expected = type == juce::AudioChannelSet::left ? 0.05f : type == juce::AudioChannelSet::right ? 0.10f : 0.0f;
         EXPECT_NEAR (out.getSample (ch, 511), expected, 1.0e-6f) << juce::AudioChannelSet::getAbbreviatedChannelTypeName (type);
     }
+    plugin->releaseResources();
+}
+
+namespace
+{
+    juce::AudioBuffer<float> tone (float left, float right, int numSamples)
+    {
+        juce::AudioBuffer<float> b (2, numSamples);
+        for (int i = 0; i < numSamples; ++i)
+        {
+            const float x = 0.5f * (float) std::sin (2.0 * juce::MathConstants<double>::pi * 1000.0 * i / 48000.0);
+            b.setSample (0, i, left * x);
+            b.setSample (1, i, right * x);
+        }
+        return b;
+    }
+
+    /** RMS per output channel type over the last of `blocks` blocks of a steady tone. */
+    std::map<juce::AudioChannelSet::ChannelType, double> levels (juce::AudioPluginInstance& p, float left, float right)
+    {
+        // 960 samples: a whole number of 1 kHz periods, so every block carries the same tone.
+        const auto out = HostPluginLoader::process (p, tone (left, right, 960), 60);
+        std::map<juce::AudioChannelSet::ChannelType, double> result;
+        const auto set = p.getBusesLayout().getMainOutputChannelSet();
+        for (int ch = 0; ch < set.size(); ++ch)
+            result[set.getTypeOfChannel (ch)] = out.getRMSLevel (ch, 0, out.getNumSamples());
+        return result;
+    }
+}
+
+TEST_P (HostPlugins, UpmixesLiveInTheHost)
+{
+    using Set = juce::AudioChannelSet;
+    auto plugin = HostPluginLoader::load (GetParam());
+    ASSERT_NE (plugin, nullptr);
+    plugin->prepareToPlay (48000.0, 960);
+
+    auto centred = levels (*plugin, 1.0f, 1.0f);
+    EXPECT_GT (centred[Set::centre], 0.25 * centred[Set::left]);
+    EXPECT_NEAR (centred[Set::left], centred[Set::right], 0.01 * centred[Set::left]);
+
+    auto left = levels (*plugin, 1.0f, 0.0f);
+    EXPECT_GT (left[Set::left], 0.05);
+    EXPECT_LT (left[Set::right], 0.05 * left[Set::left]);
+    plugin->releaseResources();
+}
+
+TEST (HostVst3, HeightsCarryPartOfTheCentreAt712)
+{
+    using Set = juce::AudioChannelSet;
+    auto plugin = HostPluginLoader::load (Format::vst3);
+    ASSERT_NE (plugin, nullptr);
+    juce::AudioProcessor::BusesLayout layout;
+    layout.inputBuses.add (Set::stereo());
+    layout.outputBuses.add (Set::create7point1point2());
+    ASSERT_TRUE (plugin->setBusesLayout (layout));
+    plugin->prepareToPlay (48000.0, 960);
+
+    auto centred = levels (*plugin, 1.0f, 1.0f);
+    EXPECT_GT (centred[Set::topSideLeft], 0.02 * centred[Set::left]);
+    EXPECT_NEAR (centred[Set::topSideLeft], centred[Set::topSideRight], 0.01 * centred[Set::left]);
     plugin->releaseResources();
 }
 
