@@ -1,8 +1,7 @@
 // Upmix engine benchmarks: the realtime factor (audio seconds per CPU second, one thread) of the
 // whole processor and of the engine alone for 5.1, 7.1 and 7.1.2 with dialogue isolation off and
 // on; one frame of the frequency-domain stage split into its FFTs, the dialogue network and the
-// rest; and the
-// resident memory one more processor adds. Figures are reported, never asserted; see
+// rest; and the resident memory one more processor adds. Figures are reported, never asserted; see
 // bench/README.md for the numbers and where the time goes.
 #include "dsp/BlockOverlaper.h"
 #include "engine/KaProfiler.h"
@@ -234,13 +233,19 @@ static void BM_FrameRest (benchmark::State& state)
 
     FreqDataStore<Complex> frame (7, 1024);
     juce::Random random (3);
-    std::vector<Complex> input ((size_t) 2 * UpmixerFrequencyDomainAlgo::numBins);
+    // 64 different frames in turn: the same frame over and over would let the branch predictor
+    // learn its bins by heart.
+    constexpr int numFrames = 64;
+    const size_t frameBins = (size_t) 2 * UpmixerFrequencyDomainAlgo::numBins;
+    std::vector<Complex> input ((size_t) numFrames * frameBins);
     for (auto& bin : input)
         bin = { random.nextDouble() - 0.5, random.nextDouble() - 0.5 };
+    size_t next = 0;
 
     for (auto _ : state)
     {
-        std::copy (input.begin(), input.end(), frame.getData());
+        std::copy_n (input.begin() + (long) (next * frameBins), frameBins, frame.getData());
+        next = (next + 1) % numFrames;
         algo.processFrame (frame);
         benchmark::DoNotOptimize (frame.getData());
     }

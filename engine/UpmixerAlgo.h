@@ -43,8 +43,8 @@ public:
         left alone. */
     void process (float* const* block, int numChannels, int numSamples) noexcept;
 
-    /** Samples between input and output: the overlapper's frame of 1024 plus the hop of look-ahead
-        that the dialogue mask and the split work behind the newest frame. */
+    /** Any thread, no allocation: samples between input and output, the overlapper's frame of
+        1024 plus the hop of look-ahead that the dialogue mask and the split work behind. */
     static constexpr int getLatencySamples() noexcept { return frameLength + frameLength / 2; }
 
     /** Audio or message thread, no allocation: the routing number of the block's layout. */
