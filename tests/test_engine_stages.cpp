@@ -35,32 +35,6 @@ constexpr double fs = 48000.0;
 constexpr int length = 3 * 48000;
 constexpr int settled = 2 * 48000;
 
-/** Amplitude of the f Hz component of channel ch over the settled part. */
-double toneLevel (const juce::AudioBuffer<float>& b, int ch, double f)
-{
-    double s = 0.0, c = 0.0;
-    const int n = b.getNumSamples() - settled;
-    for (int i = settled; i < b.getNumSamples(); ++i)
-    {
-        const double w = 2.0 * juce::MathConstants<double>::pi * f * i / fs;
-        s += b.getSample (ch, i) * std::sin (w);
-        c += b.getSample (ch, i) * std::cos (w);
-    }
-    return 2.0 / n * std::hypot (s, c);
-}
-
-double correlation (const juce::AudioBuffer<float>& b, int x, int y)
-{
-    double xy = 0.0, xx = 0.0, yy = 0.0;
-    for (int i = settled; i < b.getNumSamples(); ++i)
-    {
-        xy += (double) b.getSample (x, i) * b.getSample (y, i);
-        xx += (double) b.getSample (x, i) * b.getSample (x, i);
-        yy += (double) b.getSample (y, i) * b.getSample (y, i);
-    }
-    return xy / std::sqrt (xx * yy);
-}
-
 juce::AudioBuffer<float> centredTone (double f, float gain = 0.3f)
 {
     auto in = byKind (length);

@@ -86,6 +86,30 @@ namespace EngineSignals
         return x <= 0.0 || reference <= 0.0 ? -400.0 : 20.0 * std::log10 (x / reference);
     }
 
+    double toneLevel (const juce::AudioBuffer<float>& b, int ch, double f, int start)
+    {
+        double s = 0.0, c = 0.0;
+        for (int i = start; i < b.getNumSamples(); ++i)
+        {
+            const double w = 2.0 * juce::MathConstants<double>::pi * f * i / 48000.0;
+            s += b.getSample (ch, i) * std::sin (w);
+            c += b.getSample (ch, i) * std::cos (w);
+        }
+        return 2.0 / std::max (1, b.getNumSamples() - start) * std::hypot (s, c);
+    }
+
+    double correlation (const juce::AudioBuffer<float>& b, int x, int y, int start)
+    {
+        double xy = 0.0, xx = 0.0, yy = 0.0;
+        for (int i = start; i < b.getNumSamples(); ++i)
+        {
+            xy += (double) b.getSample (x, i) * b.getSample (y, i);
+            xx += (double) b.getSample (x, i) * b.getSample (x, i);
+            yy += (double) b.getSample (y, i) * b.getSample (y, i);
+        }
+        return xy / std::sqrt (xx * yy);
+    }
+
     bool allFinite (const juce::AudioBuffer<float>& b)
     {
         for (int ch = 0; ch < b.getNumChannels(); ++ch)

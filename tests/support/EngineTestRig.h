@@ -58,6 +58,10 @@ namespace EngineSignals
     double rms (const juce::AudioBuffer<float>& b, int ch, int start = 0, int length = -1);
     /** Level of x relative to reference in dB (-400 for silence). */
     double relativeDb (double x, double reference);
+    /** Amplitude of the f Hz component of channel ch from sample start on (48 kHz). */
+    double toneLevel (const juce::AudioBuffer<float>& b, int ch, double f, int start = 2 * 48000);
+    /** Correlation coefficient of two channels from sample start on. */
+    double correlation (const juce::AudioBuffer<float>& b, int x, int y, int start = 2 * 48000);
     /** Whether every sample is finite. */
     bool allFinite (const juce::AudioBuffer<float>& b);
     /** Whether any sample is subnormal (non-zero and below the smallest normal float). */
