@@ -145,6 +145,8 @@ UpmixRenderer::Result UpmixRenderer::render (const Options& options)
             return result.error = error, result;
 
     const int block = juce::jlimit (1, 8192, options.blockSize);
+    // As a host does: the rate and block size first, so that getSampleRate() is right, then prepare.
+    processor.setRateAndBufferSizeDetails (reader->sampleRate, block);
     processor.prepareToPlay (reader->sampleRate, block);
     processor.runHousekeeping();
     const int latency = processor.getLatencySamples();

@@ -29,8 +29,7 @@ class KaHostParameter;
     message thread. */
 class KaJuceProcessorBase : public juce::AudioProcessor,
                             public juce::Timer,
-                            public juce::UndoManager,
-                            public juce::ChangeBroadcaster,
+                            public juce::UndoManager,  // itself the instance's juce::ChangeBroadcaster
                             public KaJuceChannelUser
 {
 public:

@@ -22,22 +22,19 @@ namespace
     int kindOf (juce::AudioChannelSet::ChannelType type) noexcept
     {
         using T = juce::AudioChannelSet::ChannelType;
-        switch (type)
-        {
-            case T::left: return Routing_::kindL;
-            case T::right: return Routing_::kindR;
-            case T::centre: return Routing_::kindC;
-            case T::LFE: return Routing_::kindLfe;
-            case T::leftSurround: case T::leftSurroundSide: return Routing_::kindLs;
-            case T::rightSurround: case T::rightSurroundSide: return Routing_::kindRs;
-            case T::leftSurroundRear: return Routing_::kindLsr;
-            case T::rightSurroundRear: return Routing_::kindRsr;
-            case T::topSideLeft: case T::topFrontLeft: return Routing_::kindLts;
-            case T::topSideRight: case T::topFrontRight: return Routing_::kindRts;
-            case T::topRearLeft: return Routing_::kindTrl;
-            case T::topRearRight: return Routing_::kindTrr;
-            default: return -1;
-        }
+        static constexpr std::pair<T, int> kinds[] = {
+            { T::left, Routing_::kindL }, { T::right, Routing_::kindR }, { T::centre, Routing_::kindC },
+            { T::LFE, Routing_::kindLfe }, { T::leftSurround, Routing_::kindLs }, { T::leftSurroundSide, Routing_::kindLs },
+            { T::rightSurround, Routing_::kindRs }, { T::rightSurroundSide, Routing_::kindRs },
+            { T::leftSurroundRear, Routing_::kindLsr }, { T::rightSurroundRear, Routing_::kindRsr },
+            { T::topSideLeft, Routing_::kindLts }, { T::topFrontLeft, Routing_::kindLts },
+            { T::topSideRight, Routing_::kindRts }, { T::topFrontRight, Routing_::kindRts },
+            { T::topRearLeft, Routing_::kindTrl }, { T::topRearRight, Routing_::kindTrr },
+        };
+        for (const auto& [channelType, kind] : kinds)
+            if (channelType == type)
+                return kind;
+        return -1;
     }
 
     float dbToGain (float db) noexcept { return db > 200.0f ? 1.0e10f : std::exp (db * std::log (10.0f) / 20.0f); }

@@ -20,6 +20,7 @@ ProcessorHarness::ProcessorHarness (int in, int out, double rate, int block)
     layout.inputBuses.add (in == 1 ? juce::AudioChannelSet::mono() : in == 2 ? juce::AudioChannelSet::stereo() : juce::AudioChannelSet::discreteChannels (in));
     layout.outputBuses.add (outputSet (out));
     processor->setBusesLayout (layout);
+    processor->setRateAndBufferSizeDetails (rate, block);
     processor->prepareToPlay (rate, block);
     processor->runHousekeeping();
 }
