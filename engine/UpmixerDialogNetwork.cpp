@@ -226,12 +226,13 @@ void UpmixerDialogNetwork::buildPlan()
     m_sums.assign (maxBins, 0.0f);
 }
 
-// Built twice, for AVX2 and for the baseline, and chosen when the program loads: the sums over
-// the bins are twice as wide with AVX2 (AVX2 alone brings no fused multiply-add, so the sums
-// round exactly as in fann_run). ThreadSanitizer instruments the resolver that picks the clone,
-// which runs while the program is being loaded, before the sanitizer's runtime exists, and
-// crashes it: a ThreadSanitizer build keeps the baseline only.
-#if ! defined(__SANITIZE_THREAD__)
+// On x86-64 Linux built twice, for AVX2 and for the baseline, and chosen when the program loads:
+// the sums over the bins are twice as wide with AVX2 (AVX2 alone brings no fused multiply-add, so
+// the sums round exactly as in fann_run). Other platforms have no load-time choice (ifunc) and
+// build the baseline only. So does ThreadSanitizer: it instruments the resolver that picks the
+// clone, which runs while the program is being loaded, before the sanitizer's runtime exists,
+// and crashes it.
+#if defined(__x86_64__) && defined(__linux__) && ! defined(__SANITIZE_THREAD__)
 __attribute__ ((target_clones ("avx2", "default")))
 #endif
 void UpmixerDialogNetwork::runFrame (float* inputs, int numBins, float* probabilities) noexcept
