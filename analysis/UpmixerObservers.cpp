@@ -117,7 +117,8 @@ void UpmixerObservers::feedOutputs (const Signals& s, int numSamples) noexcept
         sourceCorrelation->observe (view);
     }
 
-    if (s.numUpmix > 0 && s.numSource > 0 && s.downmix != nullptr && s.delta != nullptr)
+    if (m_bSpectrumAnalysis.load (std::memory_order_relaxed) && s.numUpmix > 0 && s.numSource > 0
+        && s.downmix != nullptr && s.delta != nullptr)
         feedAnalysers (s, numSamples);
 }
 

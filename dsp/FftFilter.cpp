@@ -1,4 +1,7 @@
 #include "dsp/FftFilter.h"
+#include "dsp/FftPlans.h"
+
+#include <algorithm>
 
 FftFilter::FftFilter (int fftSizeIn, FftFilterCallBack::Ptr callbackIn, int numChannelsIn)
     : FreqDomainOperator (fftSizeIn),
@@ -44,19 +47,47 @@ void FftFilter::reserveFor (int numSamples) noexcept
     outputBuffer.setSize (numSamples + frameLength);
 }
 
+namespace
+{
+    template <typename T>
+    bool isAllZero (const T* values, int count) noexcept
+    {
+        return std::all_of (values, values + count, [] (const T& v) { return v == T {}; });
+    }
+
+    bool isAllZero (const Complex* bins, int count) noexcept
+    {
+        return std::all_of (bins, bins + count, [] (const Complex& c) { return c.re == 0.0 && c.im == 0.0; });
+    }
+}
+
 void FftFilter::transformFrame (bool resynthesise) noexcept
 {
     const int n = frameBuffer.getNumSamples();
+    const int numBins = spectra->getNumBins();
 
+    // A silent channel's transform is silence: skipping it gives the same frame for a fraction
+    // of the cost (the engine feeds two live inputs and five silent ones, the analysers often
+    // have speakers the layout lacks).
     for (int ch = 0; ch < numChannels; ++ch)
-        forwardTransform (n, spectra->getChannel (ch), frameBuffer.getReadPointer (ch));
+    {
+        if (isAllZero (frameBuffer.getReadPointer (ch), n) && FftPlans::isSupportedSize (n))
+            std::fill_n (spectra->getChannel (ch), numBins, Complex {});
+        else
+            forwardTransform (n, spectra->getChannel (ch), frameBuffer.getReadPointer (ch));
+    }
 
     if (callback != nullptr)
         callback->processFrame (spectra);
 
     if (resynthesise)
         for (int ch = 0; ch < numChannels; ++ch)
-            inverseTransform (n, spectra->getChannel (ch), frameBuffer.getWritePointer (ch));
+        {
+            if (isAllZero (spectra->getChannel (ch), numBins) && FftPlans::isSupportedSize (n))
+                juce::FloatVectorOperations::clear (frameBuffer.getWritePointer (ch), n);
+            else
+                inverseTransform (n, spectra->getChannel (ch), frameBuffer.getWritePointer (ch));
+        }
 }
 
 int FftFilter::process (juce::AudioSampleBuffer& buffer) noexcept

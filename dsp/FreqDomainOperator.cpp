@@ -12,7 +12,7 @@ void FreqDomainOperator::FftwFree::operator() (void* p) const noexcept
 FreqDomainOperator::FreqDomainOperator (int size)
     : fftSize (size)
 {
-    FftPlans::get();
+    FftPlans::prepare (size);
     allocateArrays();
 }
 
@@ -37,6 +37,7 @@ void FreqDomainOperator::setFftSize (int n)
     if (! tryLock.isLocked())
         return;
 
+    FftPlans::prepare (n);
     fftSize = n;
     allocateArrays();
 }

@@ -262,6 +262,7 @@ void UpmixerProcessor::prepareToPlay (double sampleRate, int maximumExpectedSamp
     }
     inputGain.fill (1.0f);
     outputGain.fill (1.0f);
+    sourceFed = 0;
     m_observers.prepare (currentSampleRate, maxBlock);
     monitor.reset (UpmixerMonitor::selectMode (getParameterTable()));
 
@@ -346,6 +347,7 @@ void UpmixerProcessor::copyInputsToEngine (float* const* host, int numInputs, in
     const int routing = getCurrentRouting();
     const int mixType = getParameterTable().getChoice (InputMixType);
     engineBuffer.clear (0, numSamples);
+    juce::uint32 fed = 0;  // engine channels that receive input in this block
 
     for (int i = 0; i < numInputs && i < maxChannels; ++i)
     {
@@ -360,29 +362,43 @@ void UpmixerProcessor::copyInputsToEngine (float* const* host, int numInputs, in
             continue;
 
         float* dst = engineBuffer.getWritePointer (target);
-        auto& delay = inputDelay[(size_t) target];
         const float* src = host[i];
+        // Non-finite input would poison every recursive filter downstream for good.
         for (int s = 0; s < numSamples; ++s)
-        {
-            // Non-finite input would poison every recursive filter downstream for good.
-            const float x = std::isfinite (src[s]) ? src[s] : 0.0f;
-            dst[s] = delay.process (x);
-        }
+            dst[s] = std::isfinite (src[s]) ? src[s] : 0.0f;
+        auto& delay = inputDelay[(size_t) target];
+        if (delay.getDelay() > 0)
+            delay.processInPlace (dst, numSamples);
+        fed |= 1u << target;
 
         if (numInputs == 1)
         {
             const int right = Routing_::hostPositionOfKind (routing, Routing_::kindR);
             if (right >= 0 && right < maxChannels)
+            {
                 engineBuffer.copyFrom (right, 0, engineBuffer, target, 0, numSamples);
+                fed |= 1u << right;
+            }
         }
     }
 
     // The source copy, delayed by the engine's latency, is what Listen Source and Delta play.
+    // Only channels that carry input need their delay line; one that stops carrying input has
+    // its line emptied, so that it never replays old audio when it is fed again.
     for (int ch = 0; ch < maxChannels; ++ch)
     {
-        sourceBuffer.copyFrom (ch, 0, engineBuffer, ch, 0, numSamples);
-        sourceDelay[(size_t) ch].processInPlace (sourceBuffer.getWritePointer (ch), numSamples);
+        const bool isFed = (fed >> ch) & 1u;
+        if (! isFed && ((sourceFed >> ch) & 1u))
+            sourceDelay[(size_t) ch].clear();
+        if (isFed)
+        {
+            sourceBuffer.copyFrom (ch, 0, engineBuffer, ch, 0, numSamples);
+            sourceDelay[(size_t) ch].processInPlace (sourceBuffer.getWritePointer (ch), numSamples);
+        }
+        else
+            sourceBuffer.clear (ch, 0, numSamples);
     }
+    sourceFed = fed;
 }
 
 void UpmixerProcessor::applyOutputGains (int numSamples) noexcept

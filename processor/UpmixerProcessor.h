@@ -71,6 +71,7 @@ public:
 
     /** The meters and analysers the block path feeds; displays and the command line read them. */
     const UpmixerObservers& getObservers() const noexcept { return m_observers; }
+    UpmixerObservers& getObservers() noexcept { return m_observers; }
 
     /** Installed by the plug-in formats, which link the editor; the command line and the
         tests run without one. */
@@ -129,6 +130,7 @@ private:
     juce::AudioBuffer<float> engineBuffer, sourceBuffer, downmixBuffer, deltaBuffer;
     std::array<CDelayFilter<float>, maxChannels> inputDelay, sourceDelay, sendDelay;
     std::array<float, maxChannels> inputGain {}, outputGain {};
+    juce::uint32 sourceFed = 0;  // channels whose source delay line carried input last block
     float downmixCoefficients[4] {};
 
     std::array<float, 4> arcSnapshot {};
