@@ -10,6 +10,7 @@
 //   - CentreSplitter: runs the engine's frequency-domain frame steps on a mix of speech and
 //     background and applies each frame's per-bin centre gains to the speech and the background
 //     apart, so the centre's speech-to-background ratio can be measured exactly;
+//   - maskGains(): the stage's dialogue mask steps on a frame of network outputs;
 //   - readStems(): a mix's two stems (speech, background) from float WAV files.
 // Not for the audio thread: everything here allocates.
 
@@ -153,6 +154,36 @@ namespace DialogToolkit
         std::array<std::array<float, F::frameStride>, F::numHistoryFrames> level {}, diff {};
         int newest = 0;
     };
+
+    /** The stage's dialogue mask steps on one frame, as UpmixerFrequencyDomainAlgo documents them:
+        each bin's probability x becomes a target 2 (x - f) above the floor f (-30 dB), which
+        the mask follows with its attack and releases multiplicatively; a running sum up the
+        bins gives each bin's gain 0 ... 1, times the amount. mask carries the state from frame
+        to frame. Returns the gain of every bin (on the mid's scale: the centre carries gain x mid). */
+    inline std::array<double, numBins> maskGains (const UpmixerFrequencyDomainAlgo::Settings& s, const float* probability,
+                                                  std::array<float, numBins>& mask) noexcept
+    {
+        constexpr float floor = 0.031622777f;
+        std::array<double, numBins> gains {};
+        double running = 0.0;
+        for (int k = 0; k < numBins; ++k)
+        {
+            const float x = probability[k], m = mask[(size_t) k];
+            float target = x > floor ? 2.0f * (x - floor) : 0.0f;
+            if (m < target)
+            {
+                const float y = m * (1.0f - s.dialogAttack) + target * s.dialogAttack;
+                if (y <= target)
+                    target = y;
+            }
+            if (target < m && m * s.dialogRelease >= target)
+                target = m * s.dialogRelease;
+            mask[(size_t) k] = std::abs (target) < 1.0e-20f ? 0.0f : target;
+            running = (target + s.dialogMixInC) / 2.0 + running / 2.0;
+            gains[(size_t) k] = std::clamp (running, 0.0, 1.0) * s.dialogAmount;
+        }
+        return gains;
+    }
 
     /** The engine's host with the real parameter table at its defaults. */
     class DefaultHost : public UpmixerAlgoInterface

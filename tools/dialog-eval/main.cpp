@@ -1,4 +1,4 @@
-// dialog-eval --data DIR [--mixes N] [--markdown FILE] [--threads 1|2]
+// dialog-eval --data DIR [--mixes N] [--markdown FILE] [--threads 1|2] [--split val|train]
 //
 // Measures the dialogue detector on the validation mixes of tools/dialog-data (files never used in
 // training), through the engine's own frequency-domain frame steps with the network the engine
@@ -86,6 +86,7 @@ int main (int argc, char** argv)
 {
     juce::File data ("/work/dialog-data"), markdown;
     int maxMixes = 100, threads = 2;
+    juce::String split = "val";
     for (int i = 1; i + 1 < argc; i += 2)
     {
         const juce::String key (argv[i]), value (argv[i + 1]);
@@ -93,9 +94,10 @@ int main (int argc, char** argv)
         else if (key == "--mixes") maxMixes = value.getIntValue();
         else if (key == "--markdown") markdown = juce::File::getCurrentWorkingDirectory().getChildFile (value);
         else if (key == "--threads") threads = std::clamp (value.getIntValue(), 1, 2);
+        else if (key == "--split") split = value;
         else
         {
-            std::fprintf (stderr, "usage: dialog-eval --data DIR [--mixes N] [--markdown FILE] [--threads 1|2]\n");
+            std::fprintf (stderr, "usage: dialog-eval --data DIR [--mixes N] [--markdown FILE] [--threads 1|2] [--split val|train]\n");
             return 2;
         }
     }
@@ -106,7 +108,7 @@ int main (int argc, char** argv)
     for (int i = 1; i < lines.size(); ++i)
     {
         const auto f = juce::StringArray::fromTokens (lines[i], "\t", "");
-        if (f.size() < 3 || f[1] != "val")
+        if (f.size() < 3 || f[1] != split)
             continue;
         if (f[2] == "both" && (int) withSpeech.size() < maxMixes)
             withSpeech.push_back (f[0]);

@@ -8,16 +8,21 @@
 //      (UpmixerDialogFeatures, through DialogToolkit::FeatureHistory). A bin's label is 1 when
 //      the speech's mid power exceeds the background's in that frame (the newest of the six the
 //      inputs see, which is the frame the engine applies the resulting mask to), else 0. Bins
-//      more than 50 dB below the frame's loudest are skipped; of the rest, a few per frame are
+//      more than 30 dB below the frame's loudest are skipped; of the rest, a few per frame are
 //      drawn (seeded). Validation mixes use validation files only and are never trained on.
+//      (30 dB: bins further down carry little of either source's energy, so the measured ratios
+//      hardly depend on them, and their labels are the least certain.)
 //   2. Candidates: 37-H-1 networks (symmetric sigmoid hidden, sigmoid output), H from --hidden,
 //      trained with RPROP on the training samples from seeded weights; each keeps the network
 //      of its best validation error.
 //   3. Cost: each candidate's per-frame time is measured through the engine's run path
 //      (UpmixerDialogNetwork::runFrame, 513 bins), median of many frames.
 //   4. Choice: the cheapest candidate whose validation accuracy is within --tolerance points of
-//      the most accurate one. It is written to --out under the C numeric locale, the credits to
-//      --credits, the comparison to DIR/train-report.md and to standard output.
+//      the most accurate one.
+//   5. Calibration (see calibrate()): on training mixes at 0 dB, the output's scale and shift
+//      before its sigmoid are chosen for the engine's mask, folded into the output neuron. The
+//      network is written to --out under the C numeric locale, the credits to --credits, the
+//      comparison to DIR/train-report.md and to standard output.
 // Deterministic: the same data and options give the same network, whatever the thread count.
 #include "engine/UpmixerDialogNetwork.h"
 #include "tools/dialog-common/DialogToolkit.h"
@@ -46,14 +51,16 @@ struct Options
     juce::File data { "/work/dialog-data" };
     juce::File out { juce::File (ORRIN_SOURCE_DIR).getChildFile ("resources/dialog.net") };
     juce::File credits { juce::File (ORRIN_SOURCE_DIR).getChildFile ("resources/dialog-credits.txt") };
-    std::vector<int> hidden { 4, 8, 12, 16 };
-    int epochs = 150;
-    int binsPerFrame = 3;
+    std::vector<int> hidden { 4, 8, 16, 24 };
+    int epochs = 300;
+    int binsPerFrame = 4;
     int threads = 2;
     unsigned int seed = 5;
     double tolerance = 0.5;   // accuracy points
-    double skipBelowDb = 50.0;
+    double skipBelowDb = 30.0;
     int maxTrainMixes = 100000;
+    int calibrationMixes = 40;
+    double keptLimitDb = 1.8;  // the calibration keeps at least this much of the speech (dB lost, at most)
 };
 
 struct Samples
@@ -289,6 +296,203 @@ void train (const Options& options, Candidate& candidate, fann_train_data* data,
     candidate.seconds = std::chrono::duration<double> (std::chrono::steady_clock::now() - start).count();
 }
 
+/** What the calibration needs of one training mix at 0 dB: per frame and bin, the output
+    neuron's value before its sigmoid, and the mids' powers of speech and background; and the
+    same for the background alone. */
+struct CalibrationMix
+{
+    std::vector<float> value, speech, background;  // frames x 513
+    std::vector<float> leakValue, leakBackground;
+};
+
+/** The network with a linear output: fann_run then gives the output neuron's value (steepness
+    times its sum), which its sigmoid would turn into 1 / (1 + exp (-2 value)). */
+fann* linearOutput (fann* net)
+{
+    fann* copy = fann_copy (net);
+    fann_set_activation_function_output (copy, FANN_LINEAR);
+    return copy;
+}
+
+void runForCalibration (fann* linear, const std::vector<float>* in[6], std::vector<float>& value, std::vector<float>* speech,
+                        std::vector<float>& background)
+{
+    T::FeatureHistory history;
+    std::vector<float> inputs ((size_t) F::numBins * F::numInputs);
+    T::FrameRunner runner ([&] (FreqDataStore<Complex>& frame) {
+        history.push (frame.getChannel (0), frame.getChannel (1));
+        history.features (inputs.data());
+        for (int k = 0; k < F::numBins; ++k)
+        {
+            value.push_back (fann_run (linear, inputs.data() + k * F::numInputs)[0]);
+            auto midPower = [&frame, k] (int a, int b) {
+                const double re = (frame.getChannel (a)[k].re + frame.getChannel (b)[k].re) / 2.0;
+                const double im = (frame.getChannel (a)[k].im + frame.getChannel (b)[k].im) / 2.0;
+                return (float) (re * re + im * im);
+            };
+            if (speech != nullptr)
+                speech->push_back (midPower (2, 3));
+            background.push_back (midPower (4, 5));
+        }
+    });
+    const size_t n = in[0]->size();
+    for (size_t at = 0; at + T::hop <= n; at += T::hop)
+    {
+        const float* p[7];
+        for (int c = 0; c < 6; ++c)
+            p[c] = in[c] != nullptr ? in[c]->data() + at : nullptr;
+        p[6] = nullptr;
+        runner.processHop (p, nullptr);
+    }
+}
+
+struct Calibration
+{
+    double scale = 1.0, shift = 0.0;
+    double deltaSbr = 0.0, kept = 0.0, leakage = 0.0;
+};
+
+/** The mask the engine would make from calibrated outputs, measured in the frames' spectra. */
+Calibration measureCalibration (const std::vector<CalibrationMix>& mixes, double scale, double shift,
+                                const UpmixerFrequencyDomainAlgo::Settings& settings)
+{
+    Calibration c { scale, shift };
+    std::vector<float> probability (F::numBins);
+    auto probabilities = [&] (const std::vector<float>& value, size_t frame) {
+        for (int k = 0; k < F::numBins; ++k)
+            probability[(size_t) k] = (float) (1.0 / (1.0 + std::exp (-2.0 * (scale * value[frame * F::numBins + (size_t) k] + shift))));
+    };
+    for (const auto& mix : mixes)
+    {
+        std::array<float, F::numBins> mask {};
+        double es = 0.0, eb = 0.0, es0 = 0.0, eb0 = 0.0;
+        for (size_t frame = 0; frame * F::numBins < mix.value.size(); ++frame)
+        {
+            probabilities (mix.value, frame);
+            const auto g = T::maskGains (settings, probability.data(), mask);
+            for (int k = 0; k < F::numBins; ++k)
+            {
+                const size_t i = frame * F::numBins + (size_t) k;
+                es += g[(size_t) k] * g[(size_t) k] * mix.speech[i];
+                eb += g[(size_t) k] * g[(size_t) k] * mix.background[i];
+                es0 += mix.speech[i];
+                eb0 += mix.background[i];
+            }
+        }
+        c.deltaSbr += T::ratioDb (es, eb) - T::ratioDb (es0, eb0);
+        c.kept += T::ratioDb (es, es0);
+
+        mask = {};
+        double leak = 0.0, leak0 = 0.0;
+        for (size_t frame = 0; frame * F::numBins < mix.leakValue.size(); ++frame)
+        {
+            probabilities (mix.leakValue, frame);
+            const auto g = T::maskGains (settings, probability.data(), mask);
+            for (int k = 0; k < F::numBins; ++k)
+            {
+                const size_t i = frame * F::numBins + (size_t) k;
+                leak += g[(size_t) k] * g[(size_t) k] * mix.leakBackground[i];
+                leak0 += mix.leakBackground[i];
+            }
+        }
+        c.leakage += T::ratioDb (leak, leak0);
+    }
+    const double n = (double) std::max<size_t> (mixes.size(), 1);
+    c.deltaSbr /= n;
+    c.kept /= n;
+    c.leakage /= n;
+    return c;
+}
+
+/** The output's calibration to the engine's mask, chosen on training mixes (never validation):
+    the network's output value v becomes scale x v + shift before its sigmoid. The engine maps a
+    probability x to a mask target 2 (x - 0.0316), so an output of 0.3 on an uncertain bin
+    already moves more than half of it; scale and shift choose how sure the network must be.
+    Chosen: the largest dSBR at 0 dB among those that keep the speech within keptLimitDb. */
+Calibration calibrate (const Options& options, const std::vector<Mix>& mixes, fann* net, juce::String& report)
+{
+    fann* linear = linearOutput (net);
+    std::vector<CalibrationMix> data;
+    const auto folder = options.data.getChildFile ("mixes");
+    for (const auto& mix : mixes)
+    {
+        if ((int) data.size() >= options.calibrationMixes)
+            break;
+        if (mix.split != "train" || mix.kind != "both")
+            continue;
+        T::Stems stems;
+        juce::String error;
+        if (! T::readStems (folder.getChildFile (mix.name + "-speech.wav"), folder.getChildFile (mix.name + "-background.wav"), stems, error))
+            continue;
+        double ps = 0.0, pb = 0.0;
+        for (size_t i = 0; i < stems.speechL.size(); ++i)
+        {
+            ps += std::pow (0.5 * (stems.speechL[i] + stems.speechR[i]), 2.0);
+            pb += std::pow (0.5 * (stems.backgroundL[i] + stems.backgroundR[i]), 2.0);
+        }
+        const float gain = (float) std::sqrt (ps / std::max (pb, 1.0e-20));  // 0 dB on the mid
+        std::vector<float> mixL (stems.speechL.size()), mixR (stems.speechL.size());
+        for (size_t i = 0; i < mixL.size(); ++i)
+        {
+            stems.backgroundL[i] *= gain;
+            stems.backgroundR[i] *= gain;
+            mixL[i] = stems.speechL[i] + stems.backgroundL[i];
+            mixR[i] = stems.speechR[i] + stems.backgroundR[i];
+        }
+        CalibrationMix c;
+        const std::vector<float>* both[6] = { &mixL, &mixR, &stems.speechL, &stems.speechR, &stems.backgroundL, &stems.backgroundR };
+        runForCalibration (linear, both, c.value, &c.speech, c.background);
+        const std::vector<float>* alone[6] = { &stems.backgroundL, &stems.backgroundR, nullptr, nullptr, &stems.backgroundL, &stems.backgroundR };
+        runForCalibration (linear, alone, c.leakValue, nullptr, c.leakBackground);
+        data.push_back (std::move (c));
+    }
+    fann_destroy (linear);
+
+    const auto settings = T::engineSettings (true);
+    Calibration chosen = measureCalibration (data, 1.0, 0.0, settings);
+    const Calibration plain = chosen;
+    bool found = chosen.kept >= -options.keptLimitDb;
+    for (double scale : { 1.0, 1.5, 2.0, 3.0, 4.0, 6.0 })
+        for (double shift = 2.0; shift >= -6.0; shift -= 0.5)
+        {
+            const auto c = measureCalibration (data, scale, shift, settings);
+            const bool ok = c.kept >= -options.keptLimitDb;
+            if ((ok && (! found || c.deltaSbr > chosen.deltaSbr)) || (! ok && ! found && c.kept > chosen.kept))
+            {
+                chosen = c;
+                found = found || ok;
+            }
+        }
+    auto line = [] (const char* what, const Calibration& c) {
+        return juce::String (what) + ": scale " + juce::String (c.scale, 1) + ", shift " + juce::String (c.shift, 1) + ": dSBR "
+               + juce::String (c.deltaSbr, 1) + " dB, speech kept " + juce::String (c.kept, 1) + " dB, background-only leakage "
+               + juce::String (c.leakage, 1) + " dB";
+    };
+    report << "Calibration on " << (int) data.size() << " training mixes at 0 dB (frame spectra, the engine's mask steps):\n- "
+           << line ("as trained", plain) << "\n- " << line ("chosen", chosen) << "\n";
+    return chosen;
+}
+
+/** Folds the calibration into the output neuron: its value scale x v + shift comes from
+    scaling its incoming weights (bias included) and adding shift / steepness to the bias. */
+void applyCalibration (fann* net, const Calibration& c)
+{
+    std::vector<fann_connection> connections (fann_get_total_connections (net));
+    fann_get_connection_array (net, connections.data());
+    unsigned int output = 0;
+    for (const auto& k : connections)
+        output = std::max (output, k.to_neuron);
+    const float steepness = fann_get_activation_steepness (net, (int) fann_get_num_layers (net) - 1, 0);
+    for (auto& k : connections)
+        if (k.to_neuron == output)
+        {
+            k.weight = (float) (k.weight * c.scale);
+            if (k.from_neuron == output - 1)  // the bias neuron of the layer below
+                k.weight += (float) (c.shift / steepness);
+        }
+    fann_set_weight_array (net, connections.data(), (unsigned int) connections.size());
+}
+
 /** Saves under the C numeric locale on this thread (fann_save follows the locale). */
 bool save (fann* net, const juce::File& file)
 {
@@ -436,6 +640,9 @@ int main (int argc, char** argv)
         else if (key == "--seed") options.seed = (unsigned int) value.getLargeIntValue();
         else if (key == "--tolerance") options.tolerance = value.getDoubleValue();
         else if (key == "--max-train-mixes") options.maxTrainMixes = value.getIntValue();
+        else if (key == "--skip-below-db") options.skipBelowDb = value.getDoubleValue();
+        else if (key == "--calibration-mixes") options.calibrationMixes = value.getIntValue();
+        else if (key == "--kept-limit-db") options.keptLimitDb = value.getDoubleValue();
         else
         {
             std::fprintf (stderr, "dialog-train: unknown option %s\n", argv[i]);
@@ -444,8 +651,9 @@ int main (int argc, char** argv)
     }
     if (argc % 2 == 0 || options.hidden.empty())
     {
-        std::fprintf (stderr, "usage: dialog-train --data DIR [--out FILE] [--credits FILE] [--hidden 4,8,12,16] [--epochs N]\n"
-                              "                    [--bins-per-frame N] [--threads 1|2] [--seed N] [--tolerance POINTS] [--max-train-mixes N]\n");
+        std::fprintf (stderr, "usage: dialog-train --data DIR [--out FILE] [--credits FILE] [--hidden 4,8,16,24] [--epochs N]\n"
+                              "                    [--bins-per-frame N] [--threads 1|2] [--seed N] [--tolerance POINTS] [--max-train-mixes N]\n"
+                              "                    [--skip-below-db DB] [--calibration-mixes N] [--kept-limit-db DB]\n");
         return 2;
     }
 
@@ -524,6 +732,12 @@ int main (int argc, char** argv)
            << juce::String (options.tolerance, 1) << " points of the best validation accuracy.\n";
     options.data.getChildFile ("train-report.md").replaceWithText (report);
     std::printf ("\n%s\n", report.toRawUTF8());
+
+    juce::String calibrationReport;
+    const auto calibration = calibrate (options, mixes, chosen->best, calibrationReport);
+    applyCalibration (chosen->best, calibration);
+    std::printf ("%s\n", calibrationReport.toRawUTF8());
+    options.data.getChildFile ("train-report.md").appendText ("\n" + calibrationReport);
 
     if (! save (chosen->best, options.out))
     {
