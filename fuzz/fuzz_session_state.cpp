@@ -1,9 +1,10 @@
 // libFuzzer target: the session block a host hands to set-state, through the real processor.
-// Every input must be loaded or ignored without a crash, a sanitizer report or a hang; and
-// whatever was loaded must save and load back to the very same values (the state is stable).
+// Every input must be loaded or ignored without a crash, a sanitizer report or a hang; and a
+// block that was loaded must save and load back to the very same values (the state is stable).
 // Run with ORRIN_FUZZ_WRITE_SEEDS=<folder> it writes its seed corpus there instead and exits.
 #include "FuzzEnvironment.h"
 #include "SessionSeeds.h"
+#include "processor/KaSessionState.h"
 #include "processor/UpmixerProcessor.h"
 
 #include <cstdint>
@@ -28,7 +29,9 @@ extern "C" int LLVMFuzzerInitialize (int*, char***)
 
 extern "C" int LLVMFuzzerTestOneInput (const std::uint8_t* data, std::size_t size)
 {
-    processor->setStateInformation (data, (int) std::min<std::size_t> (size, (std::size_t) std::numeric_limits<int>::max()));
+    // The loader behind set-state, which also says whether the block was taken.
+    if (! KaSessionState::load (*processor, data, (int) std::min<std::size_t> (size, (std::size_t) std::numeric_limits<int>::max())))
+        return 0;
 
     const auto values = processor->getHostValues();
     juce::MemoryBlock saved;
