@@ -2,30 +2,15 @@
 // - renders a generated stereo WAV to 7.1.2 and 5.1: channel count, WAV channel mask, length
 //   equal to the input, a click at the same sample position (latency removed), the report;
 // - refuses each kind of bad input with one clear line and a non-zero exit, leaving no file.
+#include "support/CliRunner.h"
+
 #include <gtest/gtest.h>
 #include <juce_audio_formats/juce_audio_formats.h>
 
 namespace
 {
-    struct Run
-    {
-        int exitCode = -1;
-        juce::String output;
-    };
-
-    Run runCli (const juce::StringArray& args)
-    {
-        juce::StringArray command { ORRIN_CLI_PATH };
-        command.addArray (args);
-        juce::ChildProcess process;
-        Run run;
-        if (! process.start (command))
-            return run;
-        run.output = process.readAllProcessOutput();
-        process.waitForProcessToFinish (60000);
-        run.exitCode = (int) process.getExitCode();
-        return run;
-    }
+    using CliRunner::Run;
+    const auto runCli = CliRunner::run;
 
     struct CliTest : ::testing::Test
     {

@@ -4,31 +4,16 @@
 // - the picture shows a hard-left source in the colour of L and a centred one in the colour
 //   of C (so the observers, the position reader and the drawing are wired end to end);
 // - no picture without --report, and none when the render fails.
+#include "support/CliRunner.h"
+
 #include <gtest/gtest.h>
 #include <juce_audio_formats/juce_audio_formats.h>
 #include <juce_graphics/juce_graphics.h>
 
 namespace
 {
-    struct Run
-    {
-        int exitCode = -1;
-        juce::String output;
-    };
-
-    Run runCli (const juce::StringArray& args)
-    {
-        juce::StringArray command { ORRIN_CLI_PATH };
-        command.addArray (args);
-        juce::ChildProcess process;
-        Run run;
-        if (! process.start (command))
-            return run;
-        run.output = process.readAllProcessOutput();
-        process.waitForProcessToFinish (60000);
-        run.exitCode = (int) process.getExitCode();
-        return run;
-    }
+    using CliRunner::Run;
+    const auto runCli = CliRunner::run;
 
     struct CliReportTest : ::testing::Test
     {

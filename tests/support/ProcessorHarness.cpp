@@ -68,22 +68,4 @@ namespace TestSignals
                 b.setSample (ch, i, gain * (2.0f * random.nextFloat() - 1.0f));
         return b;
     }
-
-    double rms (const juce::AudioBuffer<float>& b, int channel, int start, int length)
-    {
-        length = length < 0 ? b.getNumSamples() - start : length;
-        double sum = 0.0;
-        for (int i = start; i < start + length; ++i)
-            sum += (double) b.getSample (channel, i) * b.getSample (channel, i);
-        return length > 0 ? std::sqrt (sum / length) : 0.0;
-    }
-
-    bool allFinite (const juce::AudioBuffer<float>& b)
-    {
-        for (int ch = 0; ch < b.getNumChannels(); ++ch)
-            for (int i = 0; i < b.getNumSamples(); ++i)
-                if (! std::isfinite (b.getSample (ch, i)))
-                    return false;
-        return true;
-    }
 }

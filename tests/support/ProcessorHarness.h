@@ -1,6 +1,7 @@
 #pragma once
 
 #include "processor/UpmixerProcessor.h"
+#include "support/EngineTestRig.h"
 
 #include <juce_audio_basics/juce_audio_basics.h>
 
@@ -24,11 +25,11 @@ struct ProcessorHarness
     double sampleRate;
 };
 
-/** Signal helpers. */
+/** Whole-buffer signal helpers; the measurements are the engine tests' own. */
 namespace TestSignals
 {
     juce::AudioBuffer<float> sine (int numChannels, int numSamples, double frequency, double sampleRate, float gain = 0.5f);
     juce::AudioBuffer<float> noise (int numChannels, int numSamples, int seed, float gain = 0.3f);
-    double rms (const juce::AudioBuffer<float>& b, int channel, int start = 0, int length = -1);
-    bool allFinite (const juce::AudioBuffer<float>& b);
+    using EngineSignals::rms;
+    using EngineSignals::allFinite;
 }
