@@ -26,7 +26,15 @@ public:
     static float coefficientForChoice (int choice) noexcept;
 
     /** Audio thread; no allocation. Folds numChannels channels laid out in the host order of
-        `routing` into out[0] (Lo) and out[1] (Ro), overwriting them. */
+        `routing` into out[0] (Lo) and out[1] (Ro), overwriting them. The coefficients glide from
+        `from` to `to` across the block, so that a change never clicks. */
+    static void fold (const float* const* channels, int numChannels, int routing, const Coefficients& from,
+                      const Coefficients& to, float* const* out, int numSamples) noexcept;
+
+    /** Audio thread; no allocation. The same with fixed coefficients. */
     static void fold (const float* const* channels, int numChannels, int routing, const Coefficients& k,
-                      float* const* out, int numSamples) noexcept;
+                      float* const* out, int numSamples) noexcept
+    {
+        fold (channels, numChannels, routing, k, k, out, numSamples);
+    }
 };

@@ -428,7 +428,7 @@ void UpmixerProcessor::computeDownmix (int numSamples) noexcept
     k.rear = engineOutputs < 8 ? 0.0f : UpmixerDownmix::coefficientForChoice (t.getChoice (DownmixB));
 
     const int routing = getCurrentRouting();
-    UpmixerDownmix::fold (engineBuffer.getArrayOfReadPointers(), engineOutputs, routing, k,
+    UpmixerDownmix::fold (engineBuffer.getArrayOfReadPointers(), engineOutputs, routing, downmixCoefficients, k,
                           downmixBuffer.getArrayOfWritePointers(), numSamples);
     if (t.isOn (MuteDownmix0))
         downmixBuffer.clear (0, 0, numSamples);
@@ -436,10 +436,11 @@ void UpmixerProcessor::computeDownmix (int numSamples) noexcept
         downmixBuffer.clear (1, 0, numSamples);
 
     // Delta: the time-aligned input folded the same way, minus the fold-down of the upmix.
-    UpmixerDownmix::fold (sourceBuffer.getArrayOfReadPointers(), maxChannels, routing, k,
+    UpmixerDownmix::fold (sourceBuffer.getArrayOfReadPointers(), maxChannels, routing, downmixCoefficients, k,
                           deltaBuffer.getArrayOfWritePointers(), numSamples);
     for (int side = 0; side < 2; ++side)
         deltaBuffer.addFrom (side, 0, downmixBuffer, side, 0, numSamples, -1.0f);
+    downmixCoefficients = k;
 }
 
 void UpmixerProcessor::processChunk (float* const* host, int numHostChannels, int numSamples, bool bypassed) noexcept

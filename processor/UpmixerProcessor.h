@@ -5,6 +5,7 @@
 #include "engine/KaProfiler.h"
 #include "engine/UpmixerAlgo.h"
 #include "engine/UpmixerAlgoInterface.h"
+#include "engine/UpmixerDownmix.h"
 #include "processor/KaJuceProcessorBase.h"
 #include "processor/UpmixerMonitor.h"
 #include "processor/UpmixerOfflineRender.h"
@@ -131,7 +132,7 @@ private:
     std::array<CDelayFilter<float>, maxChannels> inputDelay, sourceDelay, sendDelay;
     std::array<float, maxChannels> inputGain {}, outputGain {};
     juce::uint32 sourceFed = 0;  // channels whose source delay line carried input last block
-    float downmixCoefficients[4] {};
+    UpmixerDownmix::Coefficients downmixCoefficients;  // those of the last block, glided from
 
     std::array<float, 4> arcSnapshot {};
     std::array<float, 2> verticalSnapshot {};
