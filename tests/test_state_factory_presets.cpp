@@ -18,6 +18,7 @@
 #include "processor/KaSettingsStore.h"
 #include "processor/UpmixerFactoryPresets.h"
 #include "processor/UpmixerParameters.h"
+#include "support/CliRunner.h"
 #include "support/StateTestSupport.h"
 
 #include <gtest/gtest.h>
@@ -51,33 +52,22 @@ namespace
         return files;
     }
 
-    struct Run
+    /** Runs make-factory-presets; its exit code, or -1 when it could not be started. */
+    int runTool (const juce::File& outputFolder)
     {
-        int exitCode = -1;
-        juce::String output;
-    };
-
-    Run run (const juce::String& program, const juce::StringArray& args)
-    {
-        juce::ChildProcess child;
-        juce::StringArray command { program };
-        command.addArray (args);
-        Run r;
-        if (child.start (command, juce::ChildProcess::wantStdOut | juce::ChildProcess::wantStdErr))
-        {
-            r.output = child.readAllProcessOutput();
-            child.waitForProcessToFinish (120000);
-            r.exitCode = (int) child.getExitCode();
-        }
-        return r;
+        juce::ChildProcess tool;
+        if (! tool.start (juce::StringArray { ORRIN_FACTORY_PRESET_TOOL, outputFolder.getFullPathName() }))
+            return -1;
+        tool.readAllProcessOutput();
+        tool.waitForProcessToFinish (60000);
+        return (int) tool.getExitCode();
     }
 }
 
 TEST (FactoryPresets, CommittedFilesEqualWhatTheToolWrites)
 {
     const auto out = tempFolder ("orrin-factory");
-    const auto result = run (ORRIN_FACTORY_PRESET_TOOL, { out.getFullPathName() });
-    ASSERT_EQ (result.exitCode, 0) << result.output;
+    ASSERT_EQ (runTool (out), 0);
 
     const auto generated = presetFilesIn (out), inRepository = presetFilesIn (committed);
     ASSERT_EQ (generated.size(), inRepository.size()) << "run make-factory-presets resources/presets";
@@ -216,27 +206,27 @@ TEST (FactoryPresets, CommandLinePresetComesBeforeSettings)
                                                                                                   : KaFloatText::fromFloat (value)) });
     }
 
-    const auto viaSet = run (ORRIN_CLI_PATH, spelledOut);
+    const auto viaSet = CliRunner::run (spelledOut);
     ASSERT_EQ (viaSet.exitCode, 0) << viaSet.output;
-    const auto viaPreset = run (ORRIN_CLI_PATH, { input.getFullPathName(), dir.getChildFile ("preset.wav").getFullPathName(),
+    const auto viaPreset = CliRunner::run ({ input.getFullPathName(), dir.getChildFile ("preset.wav").getFullPathName(),
                                                   "--layout", "7.1", "--preset", "music wide 7.1", "--quiet" });
     ASSERT_EQ (viaPreset.exitCode, 0) << viaPreset.output;
     EXPECT_TRUE (dir.getChildFile ("preset.wav").hasIdenticalContentTo (dir.getChildFile ("set.wav")));
 
-    const auto overridden = run (ORRIN_CLI_PATH, { input.getFullPathName(), dir.getChildFile ("over.wav").getFullPathName(), "--layout", "7.1",
+    const auto overridden = CliRunner::run ({ input.getFullPathName(), dir.getChildFile ("over.wav").getFullPathName(), "--layout", "7.1",
                                                    "--preset", committed.getChildFile ("Music Wide 7.1.nap").getFullPathName(),
                                                    "--set", "Diffusion=0", "--quiet" });
     ASSERT_EQ (overridden.exitCode, 0) << overridden.output;
     EXPECT_FALSE (dir.getChildFile ("over.wav").hasIdenticalContentTo (dir.getChildFile ("set.wav")));
 
-    const auto unknown = run (ORRIN_CLI_PATH, { input.getFullPathName(), dir.getChildFile ("x.wav").getFullPathName(), "--preset", "No Such Preset" });
+    const auto unknown = CliRunner::run ({ input.getFullPathName(), dir.getChildFile ("x.wav").getFullPathName(), "--preset", "No Such Preset" });
     EXPECT_NE (unknown.exitCode, 0);
     EXPECT_EQ (juce::StringArray::fromLines (unknown.output.trim()).size(), 1) << unknown.output;
     EXPECT_TRUE (unknown.output.startsWith ("orrin-upmix: error: unknown preset 'No Such Preset'")) << unknown.output;
 
     const auto broken = dir.getChildFile ("broken.nap");
     broken.replaceWithText ("<KestroAudioPreset><Parameters");
-    const auto bad = run (ORRIN_CLI_PATH, { input.getFullPathName(), dir.getChildFile ("x.wav").getFullPathName(), "--preset", broken.getFullPathName() });
+    const auto bad = CliRunner::run ({ input.getFullPathName(), dir.getChildFile ("x.wav").getFullPathName(), "--preset", broken.getFullPathName() });
     EXPECT_NE (bad.exitCode, 0);
     EXPECT_EQ (juce::StringArray::fromLines (bad.output.trim()).size(), 1) << bad.output;
     EXPECT_TRUE (bad.output.contains ("cannot load preset")) << bad.output;
