@@ -231,8 +231,9 @@ void UpmixerDialogNetwork::buildPlan()
 // the sums round exactly as in fann_run). Other platforms have no load-time choice (ifunc) and
 // build the baseline only. So does ThreadSanitizer: it instruments the resolver that picks the
 // clone, which runs while the program is being loaded, before the sanitizer's runtime exists,
-// and crashes it.
-#if defined(__x86_64__) && defined(__linux__) && ! defined(__SANITIZE_THREAD__)
+// and crashes it. Clang 14 emits the clones of a member function without its plain symbol, so
+// its builds (the fuzzers) take the baseline too.
+#if defined(__x86_64__) && defined(__linux__) && ! defined(__SANITIZE_THREAD__) && ! defined(__clang__)
 __attribute__ ((target_clones ("avx2", "default")))
 #endif
 void UpmixerDialogNetwork::runFrame (float* inputs, int numBins, float* probabilities) noexcept
