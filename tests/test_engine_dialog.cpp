@@ -12,8 +12,8 @@
 //    repeating themselves, silence giving finite inputs, the frequency input of a bin taken at
 //    48 kHz;
 //  - isolation on moves all of a centred voice-band tone into C, where the phase split alone
-//    leaves part of it in the fronts: C carries it 6 dB louder; a centred 12 kHz tone, outside
-//    the voice band, stays where the split puts it;
+//    leaves part of it in the fronts: C carries it 6 dB louder (the trained network finds speech
+//    up to its sibilants, so a centred 12 kHz tone is no longer left alone, and is not checked);
 //  - isolation switched on mid-stream (network runs skipped until then) catches up with an
 //    engine that had it on from the start within a few frames, through the mask's attack.
 #include "engine/UpmixerDialogFeatures.h"
@@ -322,7 +322,6 @@ TEST (EngineDialogIsolation, MovesACentredVoiceBandToneIntoTheCentre)
     // Without isolation the split gives C 0.707 of the mid (Divergence 0.5); with it the whole
     // tone is in C first (1.414 of the mid); the centre spread halves both.
     EXPECT_NEAR (relativeDb (toneLevel (on, kindC, 440.0), toneLevel (off, kindC, 440.0)), 6.0, 1.0);
-    EXPECT_NEAR (relativeDb (toneLevel (on, kindC, 12000.0), toneLevel (off, kindC, 12000.0)), 0.0, 0.5);
 }
 
 TEST (EngineDialogIsolation, SwitchedOnMidStreamCatchesUpWithinAFewFrames)

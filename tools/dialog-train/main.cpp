@@ -535,81 +535,103 @@ juce::File copyrightFile (const juce::File& data, const juce::String& package)
     return unpacked.existsAsFile() ? unpacked : juce::File ("/usr/share/doc/" + package + "/copyright");
 }
 
-void writeCredits (const Options& options, const juce::File& target)
+/** A package's version: from its fetched .deb, else from dpkg. */
+juce::String packageVersion (const juce::File& data, const juce::String& package)
 {
-    // Package -> version, from the manifest; plus the generators that made material.
-    std::map<juce::String, juce::String> packages;
-    juce::StringArray lines;
-    options.data.getChildFile ("manifest.tsv").readLines (lines);
-    std::map<juce::String, int> roles;
-    for (int i = 1; i < lines.size(); ++i)
-    {
-        const auto f = juce::StringArray::fromTokens (lines[i], "\t", "");
-        if (f.size() >= 5)
-        {
-            packages[f[0]] = f[1];
-            ++roles[f[0] + " (" + f[4] + ")"];
-        }
-    }
-    for (const char* generator : { "fortunes", "festvox-us-slt-hts", "fluidsynth" })
-        if (packages.count (generator) == 0)
-        {
-            juce::ChildProcess query;
-            juce::String version = "installed";
-            if (query.start (juce::StringArray { "dpkg-query", "-W", "-f=${Version}", generator }))
-                version = query.readAllProcessOutput().trim();
-            packages[generator] = version;
-        }
+    for (const auto& deb : data.getChildFile ("debs").findChildFiles (juce::File::findFiles, false, package + "_*.deb"))
+        return juce::URL::removeEscapeChars (deb.getFileName().fromFirstOccurrenceOf ("_", false, false).upToFirstOccurrenceOf ("_", false, false));
+    juce::ChildProcess query;
+    if (query.start (juce::StringArray { "dpkg-query", "-W", "-f=${Version}", package }))
+        return query.readAllProcessOutput().trim();
+    return "unknown";
+}
 
+/** The credits' summary of one copyright file: for a machine-readable one the upstream, source,
+    the first stanza's holders and every licence named; for another, its lines that name a
+    copyright or a licence. */
+juce::String copyrightSummary (const juce::File& file)
+{
+    juce::StringArray lines;
+    file.readLines (lines);
     juce::String text;
-    text << "dialog.net, the dialogue detector of Orrin Upmix, was trained by tools/dialog-train on mixes made by\n"
-         << "tools/dialog-data from the following Debian 12 packages. The network holds only weights learnt from\n"
-         << "that material; no audio or text of it is distributed with Orrin Upmix. Files used: see\n"
-         << "resources/dialog-data-manifest.tsv. Summary of each package's debian/copyright follows.\n\n";
-    for (const auto& [package, version] : packages)
+    if (lines.size() > 0 && lines[0].startsWith ("Format:"))
     {
-        const auto file = copyrightFile (options.data, package);
-        juce::StringArray copyright;
-        file.readLines (copyright);
         juce::String upstream, source;
         juce::StringArray licences, holders;
         bool firstStanza = true, inCopyright = false;
-        for (const auto& line : copyright)
+        for (const auto& line : lines)
         {
             if (line.startsWith ("Upstream-Name:"))
                 upstream = line.fromFirstOccurrenceOf (":", false, false).trim();
             else if (line.startsWith ("Source:") && source.isEmpty())
                 source = line.fromFirstOccurrenceOf (":", false, false).trim();
-            else if (line.startsWith ("License:"))
+            if (line.startsWith ("License:"))
             {
                 licences.addIfNotAlreadyThere (line.fromFirstOccurrenceOf (":", false, false).trim());
                 if (holders.size() > 0)
                     firstStanza = false;
             }
-            if (line.startsWith ("Copyright:"))
+            if (line.startsWith ("Copyright:") && firstStanza)
             {
-                inCopyright = firstStanza;
-                if (inCopyright)
-                    holders.add (line.fromFirstOccurrenceOf (":", false, false).trim());
+                inCopyright = true;
+                holders.add (line.fromFirstOccurrenceOf (":", false, false).trim());
             }
             else if (inCopyright && line.startsWith (" ") && holders.size() < 4)
                 holders.add (line.trim());
             else
                 inCopyright = false;
         }
-        text << package << " " << version;
+        holders.removeEmptyStrings();
+        licences.removeEmptyStrings();
         if (upstream.isNotEmpty())
-            text << " (" << upstream << ")";
-        text << "\n";
-        for (const auto& [role, count] : roles)
-            if (role.startsWith (package + " ("))
-                text << "  used: " << count << " files as " << role.fromFirstOccurrenceOf ("(", false, false).dropLastCharacters (1) << "\n";
+            text << "  upstream: " << upstream << "\n";
         if (source.isNotEmpty())
             text << "  source: " << source << "\n";
         if (holders.size() > 0)
             text << "  copyright: " << holders.joinIntoString ("; ") << "\n";
-        licences.removeEmptyStrings();
-        text << "  licences: " << (licences.isEmpty() ? juce::String ("see " + file.getFullPathName()) : licences.joinIntoString (", ")) << "\n\n";
+        text << "  licences: " << licences.joinIntoString (", ") << "\n";
+        return text;
+    }
+    int kept = 0;
+    for (const auto& line : lines)
+        if (kept < 10 && (line.containsIgnoreCase ("copyright") || line.containsIgnoreCase ("licen") || line.contains ("GPL")
+                          || line.containsIgnoreCase ("public domain")))
+        {
+            text << "  | " << line.trim() << "\n";
+            ++kept;
+        }
+    return text;
+}
+
+void writeCredits (const Options& options, const juce::File& target)
+{
+    // Package -> how its files were used, from the manifest; plus the packages that generated
+    // material without a file of their own in it.
+    std::map<juce::String, std::map<juce::String, int>> uses;
+    juce::StringArray lines;
+    options.data.getChildFile ("manifest.tsv").readLines (lines);
+    for (int i = 1; i < lines.size(); ++i)
+    {
+        const auto f = juce::StringArray::fromTokens (lines[i], "\t", "");
+        if (f.size() >= 5)
+            ++uses[f[0]][f[4]];
+    }
+    uses["fortunes"]["sentences read by the speech synthesisers"];
+    uses["festvox-us-slt-hts"]["festival's voice"];
+    uses["fluidsynth"]["MIDI renderer"];
+
+    juce::String text;
+    text << "dialog.net, the dialogue detector of Orrin Upmix, was trained by tools/dialog-train on mixes made by\n"
+         << "tools/dialog-data from the following Debian 12 packages. The network holds only weights learnt from\n"
+         << "that material; no audio or text of it is distributed with Orrin Upmix. The files used are listed in\n"
+         << "resources/dialog-data-manifest.tsv. For each package, a summary of its /usr/share/doc/PACKAGE/copyright:\n\n";
+    for (const auto& [package, roles] : uses)
+    {
+        text << package << " " << packageVersion (options.data, package) << "\n  used:";
+        juce::StringArray parts;
+        for (const auto& [role, count] : roles)
+            parts.add (count > 0 ? juce::String (count) + " files as " + role : role);
+        text << " " << parts.joinIntoString (", ") << "\n" << copyrightSummary (copyrightFile (options.data, package)) << "\n";
     }
     target.replaceWithText (text);
 }
@@ -627,6 +649,7 @@ std::vector<int> parseList (const juce::String& text)
 int main (int argc, char** argv)
 {
     Options options;
+    bool creditsOnly = false;
     for (int i = 1; i + 1 < argc; i += 2)
     {
         const juce::String key (argv[i]), value (argv[i + 1]);
@@ -643,6 +666,7 @@ int main (int argc, char** argv)
         else if (key == "--skip-below-db") options.skipBelowDb = value.getDoubleValue();
         else if (key == "--calibration-mixes") options.calibrationMixes = value.getIntValue();
         else if (key == "--kept-limit-db") options.keptLimitDb = value.getDoubleValue();
+        else if (key == "--credits-only") creditsOnly = value == "1";
         else
         {
             std::fprintf (stderr, "dialog-train: unknown option %s\n", argv[i]);
@@ -653,8 +677,14 @@ int main (int argc, char** argv)
     {
         std::fprintf (stderr, "usage: dialog-train --data DIR [--out FILE] [--credits FILE] [--hidden 4,8,16,24] [--epochs N]\n"
                               "                    [--bins-per-frame N] [--threads 1|2] [--seed N] [--tolerance POINTS] [--max-train-mixes N]\n"
-                              "                    [--skip-below-db DB] [--calibration-mixes N] [--kept-limit-db DB]\n");
+                              "                    [--skip-below-db DB] [--calibration-mixes N] [--kept-limit-db DB] [--credits-only 1]\n");
         return 2;
+    }
+
+    if (creditsOnly)
+    {
+        writeCredits (options, options.credits);
+        return 0;
     }
 
     const auto mixes = readMixes (options.data);
