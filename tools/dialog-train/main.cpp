@@ -452,6 +452,7 @@ Calibration calibrate (const Options& options, const std::vector<Mix>& mixes, fa
     Calibration chosen = measureCalibration (data, 1.0, 0.0, settings);
     const Calibration plain = chosen;
     bool found = chosen.kept >= -options.keptLimitDb;
+    // (A wider grid, scales to 24, found at most 0.2 dB more on the same training mixes.)
     for (double scale : { 1.0, 1.5, 2.0, 3.0, 4.0, 6.0 })
         for (double shift = 2.0; shift >= -6.0; shift -= 0.5)
         {
@@ -650,6 +651,7 @@ int main (int argc, char** argv)
 {
     Options options;
     bool creditsOnly = false;
+    juce::File calibrateOnly;
     for (int i = 1; i + 1 < argc; i += 2)
     {
         const juce::String key (argv[i]), value (argv[i + 1]);
@@ -667,6 +669,7 @@ int main (int argc, char** argv)
         else if (key == "--calibration-mixes") options.calibrationMixes = value.getIntValue();
         else if (key == "--kept-limit-db") options.keptLimitDb = value.getDoubleValue();
         else if (key == "--credits-only") creditsOnly = value == "1";
+        else if (key == "--calibrate-only") calibrateOnly = juce::File::getCurrentWorkingDirectory().getChildFile (value);
         else
         {
             std::fprintf (stderr, "dialog-train: unknown option %s\n", argv[i]);
@@ -677,7 +680,8 @@ int main (int argc, char** argv)
     {
         std::fprintf (stderr, "usage: dialog-train --data DIR [--out FILE] [--credits FILE] [--hidden 4,8,16,24] [--epochs N]\n"
                               "                    [--bins-per-frame N] [--threads 1|2] [--seed N] [--tolerance POINTS] [--max-train-mixes N]\n"
-                              "                    [--skip-below-db DB] [--calibration-mixes N] [--kept-limit-db DB] [--credits-only 1]\n");
+                              "                    [--skip-below-db DB] [--calibration-mixes N] [--kept-limit-db DB] [--credits-only 1]\n"
+                              "                    [--calibrate-only CANDIDATE.net]\n");
         return 2;
     }
 
@@ -692,6 +696,24 @@ int main (int argc, char** argv)
     {
         std::fprintf (stderr, "dialog-train: no mixes in %s (run tools/dialog-data first)\n", options.data.getFullPathName().toRawUTF8());
         return 1;
+    }
+
+    // Calibrates a candidate that an earlier run left in DIR/candidates, and ships it.
+    if (calibrateOnly != juce::File())
+    {
+        juce::String error;
+        fann* net = UpmixerDialogNetwork::loadFile (calibrateOnly, error);
+        if (net == nullptr)
+        {
+            std::fprintf (stderr, "dialog-train: %s\n", error.toRawUTF8());
+            return 1;
+        }
+        juce::String calibrationReport;
+        applyCalibration (net, calibrate (options, mixes, net, calibrationReport));
+        std::printf ("%s\n", calibrationReport.toRawUTF8());
+        const bool saved = save (net, options.out);
+        fann_destroy (net);
+        return saved ? 0 : 1;
     }
     const auto t0 = std::chrono::steady_clock::now();
     const Samples training = collect (options, mixes, "train");
