@@ -28,6 +28,7 @@
 
 #include <cmath>
 #include <random>
+#include <set>
 #include <vector>
 
 namespace
