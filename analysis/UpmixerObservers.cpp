@@ -79,7 +79,7 @@ void UpmixerObservers::prepare (double sampleRate, int maxBlock)
 
 void UpmixerObservers::feedSource (float* const* inputs, int numInputs, int numSamples) noexcept
 {
-    if (numInputs <= 0 || numSamples <= 0)
+    if (numInputs <= 0 || numSamples <= 0 || ! m_bActive.load (std::memory_order_relaxed))
         return;
     view.setDataToReferTo (inputs, std::min (numInputs, metersPerRow), numSamples);
     for (auto& meter : meters[rowSource])
@@ -88,7 +88,7 @@ void UpmixerObservers::feedSource (float* const* inputs, int numInputs, int numS
 
 void UpmixerObservers::feedOutputs (const Signals& s, int numSamples) noexcept
 {
-    if (numSamples <= 0)
+    if (numSamples <= 0 || ! m_bActive.load (std::memory_order_relaxed))
         return;
 
     if (s.numUpmix > 0)
@@ -117,7 +117,7 @@ void UpmixerObservers::feedOutputs (const Signals& s, int numSamples) noexcept
         sourceCorrelation->observe (view);
     }
 
-    if (m_bSpectrumAnalysis.load (std::memory_order_relaxed) && s.numUpmix > 0 && s.numSource > 0
+    if (s.numUpmix > 0 && s.numSource > 0
         && s.downmix != nullptr && s.delta != nullptr)
         feedAnalysers (s, numSamples);
 }

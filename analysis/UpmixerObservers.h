@@ -73,10 +73,10 @@ public:
     /** Any thread but the audio thread, no allocation: the source meters start again. */
     void resetSourceMeters() noexcept;
 
-    /** Any thread, no allocation: whether the spectrum analysers (haze and coherence) are fed.
-        On by default; a renderer with nobody to look at them switches them off, which saves
-        most of the observers' cost. The meters are always fed. */
-    void setSpectrumAnalysis (bool shouldAnalyse) noexcept { m_bSpectrumAnalysis.store (shouldAnalyse, std::memory_order_relaxed); }
+    /** Any thread, no allocation: whether the observers are fed at all. On by default; a
+        renderer with nobody to read them switches them off and saves their whole cost (about a
+        tenth of the processor's). */
+    void setActive (bool shouldBeFed) noexcept { m_bActive.store (shouldBeFed, std::memory_order_relaxed); }
 
     // Readers: any thread, no allocation ------------------------------------------------------
     /** The rate the analysers run at: bin k of a haze frame is centred on k * rate / 256 Hz. */
@@ -101,7 +101,7 @@ private:
     UpmixerStereoCoherenceObserver::Ptr coherence;
     FftFilter::Ptr upmixAnalyser, stereoAnalyser;
     std::atomic<int> numPairsFed { 0 };
-    std::atomic<bool> m_bSpectrumAnalysis { true };
+    std::atomic<bool> m_bActive { true };
     std::atomic<double> m_fSampleRate { 48000.0 };
 
     // Audio thread: views onto the processor's buffers (no copies), and a silent channel for

@@ -145,8 +145,8 @@ UpmixRenderer::Result UpmixRenderer::render (const Options& options)
             return result.error = error, result;
 
     const int block = juce::jlimit (1, 8192, options.blockSize);
-    // The spectrum analysers only serve someone who looks at them between blocks.
-    processor.getObservers().setSpectrumAnalysis (static_cast<bool> (options.afterBlock));
+    // The meters and analysers only serve someone who reads them between blocks.
+    processor.getObservers().setActive (static_cast<bool> (options.afterBlock));
 
     // As a host does: the rate and block size first, so that getSampleRate() is right, then prepare.
     processor.setRateAndBufferSizeDetails (reader->sampleRate, block);
