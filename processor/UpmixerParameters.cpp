@@ -7,7 +7,7 @@ namespace UpmixerParam
 {
     namespace
     {
-        KaParameterInfo make (int number, const char* key, const char* name, float def, KaParamKind kind,
+        KaParameterInfo make (int number, const juce::String& key, const juce::String& name, float def, KaParamKind kind,
                               float low = 0.0f, float high = 1.0f, juce::StringArray choices = {})
         {
             KaParameterInfo i;
@@ -22,11 +22,12 @@ namespace UpmixerParam
             return i;
         }
 
-        KaParameterInfo amount (int n, const char* key, const char* name, float def) { return make (n, key, name, def, KaParamKind::plain); }
-        KaParameterInfo toggle (int n, const char* key, const char* name, float def) { return make (n, key, name, def, KaParamKind::toggle); }
-        KaParameterInfo level (int n, const char* key, const char* name, float def, float lowDb, float highDb) { return make (n, key, name, def, KaParamKind::level, lowDb, highDb); }
-        KaParameterInfo sweep (int n, const char* key, const char* name, float def, float lowHz, float highHz) { return make (n, key, name, def, KaParamKind::logFrequency, lowHz, highHz); }
-        KaParameterInfo choice (int n, const char* key, const char* name, int defChoice, juce::StringArray texts)
+        using Text = const juce::String&;
+        KaParameterInfo amount (int n, Text key, Text name, float def) { return make (n, key, name, def, KaParamKind::plain); }
+        KaParameterInfo toggle (int n, Text key, Text name, float def) { return make (n, key, name, def, KaParamKind::toggle); }
+        KaParameterInfo level (int n, Text key, Text name, float def, float lowDb, float highDb) { return make (n, key, name, def, KaParamKind::level, lowDb, highDb); }
+        KaParameterInfo sweep (int n, Text key, Text name, float def, float lowHz, float highHz) { return make (n, key, name, def, KaParamKind::logFrequency, lowHz, highHz); }
+        KaParameterInfo choice (int n, Text key, Text name, int defChoice, juce::StringArray texts)
         {
             return make (n, key, name, KaParameterTable::valueOfChoice (defChoice), KaParamKind::choice, 0.0f, 1.0f, std::move (texts));
         }
@@ -48,6 +49,34 @@ namespace UpmixerParam
         constexpr float trimLowDb = -70.0f, trimHighDb = 12.0f;
 
         juce::String outputName (int index) { return KaChannelRouting::kindName (index, 0); }
+
+        /** Twelve parameters numbered from `first`, one per output channel: keys word + index,
+            names word + " " + the channel's name. */
+        void addOutputFamily (std::vector<KaParameterInfo>& p, int first, const juce::String& word, KaParameterInfo prototype)
+        {
+            for (int i = 0; i < numOutputs; ++i)
+            {
+                prototype.number = first + i;
+                prototype.key = word + juce::String (i);
+                prototype.name = word + " " + outputName (i);
+                p.push_back (prototype);
+            }
+        }
+
+        /** The level meter's four split points ("LM Split1" ..), keyed prefix + "Split1LM" .. */
+        void addMeterSplits (std::vector<KaParameterInfo>& p, int first, const juce::String& keyPrefix)
+        {
+            for (int i = 0; i < 4; ++i)
+                p.push_back (level (first + i, keyPrefix + "Split" + juce::String (i + 1) + "LM", "LM Split" + juce::String (i + 1),
+                                    (splitDefaultsDb[i] - splitLowDb) / (splitHighDb - splitLowDb), splitLowDb, splitHighDb));
+        }
+
+        /** The level meter's five colours ("LM Col0" ..), keyed prefix + "Col0LM" .. */
+        void addMeterColours (std::vector<KaParameterInfo>& p, int first, const juce::String& keyPrefix)
+        {
+            for (int i = 0; i < 5; ++i)
+                p.push_back (amount (first + i, keyPrefix + "Col" + juce::String (i) + "LM", "LM Col" + juce::String (i), meterColourDefaults[i]));
+        }
     }
 
     juce::StringArray routingChoices()
@@ -150,50 +179,20 @@ namespace UpmixerParam
         p.push_back (level (TrimSource1, "TrimSource1", "Trim Source R", zeroDbOn (trimLowDb, trimHighDb), trimLowDb, trimHighDb));
 
         // The twelve output families follow the engine's output channel order.
-        for (int i = 0; i < numOutputs; ++i)
-        {
-            auto info = level (Trim0 + i, "", "", zeroDbOn (trimLowDb, trimHighDb), trimLowDb, trimHighDb);
-            info.key = "Trim" + juce::String (i);
-            info.name = "Trim " + outputName (i);
-            p.push_back (info);
-        }
+        addOutputFamily (p, Trim0, "Trim", level (0, {}, {}, zeroDbOn (trimLowDb, trimHighDb), trimLowDb, trimHighDb));
         p.push_back (toggle (MuteSource0, "MuteSource0", "Mute Source L", 0.0f));
         p.push_back (toggle (MuteSource1, "MuteSource1", "Mute Source R", 0.0f));
-        for (int i = 0; i < numOutputs; ++i)
-        {
-            auto info = toggle (Mute0 + i, "", "", 0.0f);
-            info.key = "Mute" + juce::String (i);
-            info.name = "Mute " + outputName (i);
-            p.push_back (info);
-        }
+        addOutputFamily (p, Mute0, "Mute", toggle (0, {}, {}, 0.0f));
         p.push_back (toggle (MuteDownmix0, "MuteDownmix0", "Mute Downmix L", 0.0f));
         p.push_back (toggle (MuteDownmix1, "MuteDownmix1", "Mute Downmix R", 0.0f));
-        for (int i = 0; i < numOutputs; ++i)
-        {
-            auto info = toggle (Solo0 + i, "", "", 0.0f);
-            info.key = "Solo" + juce::String (i);
-            info.name = "Solo " + outputName (i);
-            p.push_back (info);
-        }
+        addOutputFamily (p, Solo0, "Solo", toggle (0, {}, {}, 0.0f));
 
         p.push_back (toggle (ArcLink, "ArcLink", "Arc Link", 0.0f));
         p.push_back (choice (MixType, "MixType", "Mix Type", 9, mixTypeChoices()));
         for (int i = 0; i < 11; ++i)
             p.push_back (amount (ColC + i, colourKeys[i], colourNames[i], colourDefaults[i]));
-        for (int i = 0; i < 4; ++i)
-        {
-            auto info = level (Split1LM + i, "", "", (splitDefaultsDb[i] - splitLowDb) / (splitHighDb - splitLowDb), splitLowDb, splitHighDb);
-            info.key = "Split" + juce::String (i + 1) + "LM";
-            info.name = "LM Split" + juce::String (i + 1);
-            p.push_back (info);
-        }
-        for (int i = 0; i < 5; ++i)
-        {
-            auto info = amount (Col0LM + i, "", "", meterColourDefaults[i]);
-            info.key = "Col" + juce::String (i) + "LM";
-            info.name = "LM Col" + juce::String (i);
-            p.push_back (info);
-        }
+        addMeterSplits (p, Split1LM, {});
+        addMeterColours (p, Col0LM, {});
         p.push_back (amount (VerticalOnPhase, "VerticalOnPhase", "Vert. On Phase", 0.3f));
         p.push_back (amount (VerticalOffPhase, "VerticalOffPhase", "Vert. Off Phase", 0.5f));
         p.push_back (toggle (VerticalExcludeC, "VerticalExcludeC", "V. Exclude C", 0.0f));
@@ -235,25 +234,9 @@ namespace UpmixerParam
         p.push_back (toggle (LinkTrlTrr, "LinkTrlTrr", "Link TrlTrr", 1.0f));
         p.push_back (toggle (LockColors, "LockColors", "Lock Colours", 0.0f));
         for (int i = 0; i < 11; ++i)
-        {
-            auto info = amount (LockColC + i, "", colourNames[i], colourDefaults[i]);
-            info.key = "Lock" + juce::String (colourKeys[i]);
-            p.push_back (info);
-        }
-        for (int i = 0; i < 4; ++i)
-        {
-            auto info = level (LinkSplit1LM + i, "", "", (splitDefaultsDb[i] - splitLowDb) / (splitHighDb - splitLowDb), splitLowDb, splitHighDb);
-            info.key = "LinkSplit" + juce::String (i + 1) + "LM";
-            info.name = "LM Split" + juce::String (i + 1);
-            p.push_back (info);
-        }
-        for (int i = 0; i < 5; ++i)
-        {
-            auto info = amount (LockCol0LM + i, "", "", meterColourDefaults[i]);
-            info.key = "LockCol" + juce::String (i) + "LM";
-            info.name = "LM Col" + juce::String (i);
-            p.push_back (info);
-        }
+            p.push_back (amount (LockColC + i, "Lock" + juce::String (colourKeys[i]), colourNames[i], colourDefaults[i]));
+        addMeterSplits (p, LinkSplit1LM, "Link");
+        addMeterColours (p, LockCol0LM, "Lock");
         p.push_back (toggle (ColorsExpert, "ColorsExpert", "Colors Expert", 0.0f));
         p.push_back (toggle (ShowExtraOutputOptions, "ShowExtraOutputOptions", "Show Extra Output Options", 0.0f));
 
