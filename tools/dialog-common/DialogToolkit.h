@@ -227,7 +227,9 @@ namespace DialogToolkit
         Every output is on the mid's scale (G times the centre pan gain): 0 dB means the centre
         carries a source's whole mid at the pan law's level. Also written: the ideal binary mask
         (1 where the speech's mid power exceeds the background's in that bin and frame, applied to
-        the mid directly) and no extraction (the whole mid), each delayed as the stage delays. */
+        the mid directly), the same ideal mask taken as the network's output through the stage's
+        mask steps (maskGains with the first path's settings: attack, release, the running sum up
+        the bins), and no extraction (the whole mid), each delayed as the stage delays. */
     class CentreSplitter
     {
     public:
@@ -239,7 +241,7 @@ namespace DialogToolkit
         struct Result
         {
             std::vector<Parts> paths;       // one per settings, in order
-            Parts ideal, none;              // the ideal mask and no extraction
+            Parts ideal, idealSteps, none;  // the ideal mask, alone and through the mask steps; no extraction
             double mixError = 0.0;          // largest |speech + background - stage's centre| over the centre's peak
         };
 
@@ -276,6 +278,7 @@ namespace DialogToolkit
             for (auto& parts : result.paths)
                 parts = { std::vector<float> (total), std::vector<float> (total) };
             result.ideal = { std::vector<float> (total), std::vector<float> (total) };
+            result.idealSteps = { std::vector<float> (total), std::vector<float> (total) };
             result.none = { std::vector<float> (total), std::vector<float> (total) };
             std::vector<std::vector<float>> stageCentre (numPaths, std::vector<float> (total));
 
@@ -322,8 +325,10 @@ namespace DialogToolkit
 
             // Reads the stems' spectra (runs first each hop), and writes the ideal mask and no
             // extraction from the previous frame's mids.
-            FrameRunner reference ([&speechMid, &backgroundMid] (FreqDataStore<Complex>& frame) {
-                Complex* ch[4] = { frame.getChannel (0), frame.getChannel (1), frame.getChannel (2), frame.getChannel (3) };
+            std::array<float, numBins> idealMask {}, idealProbability {};
+            FrameRunner reference ([this, &speechMid, &backgroundMid, &idealMask, &idealProbability] (FreqDataStore<Complex>& frame) {
+                Complex* ch[6] = { frame.getChannel (0), frame.getChannel (1), frame.getChannel (2),
+                                   frame.getChannel (3), frame.getChannel (4), frame.getChannel (5) };
                 std::array<Complex, numBins> s, b;
                 for (int k = 0; k < numBins; ++k)
                 {
@@ -334,10 +339,19 @@ namespace DialogToolkit
                 {
                     const Complex ps = speechMid[(size_t) k], pb = backgroundMid[(size_t) k];
                     const double ideal = ps.re * ps.re + ps.im * ps.im > pb.re * pb.re + pb.im * pb.im ? 1.0 : 0.0;
+                    idealProbability[(size_t) k] = (float) ideal;
                     ch[0][k] = { ps.re * ideal, ps.im * ideal };
                     ch[1][k] = { pb.re * ideal, pb.im * ideal };
                     ch[2][k] = ps;
                     ch[3][k] = pb;
+                }
+                const auto stepped = maskGains (settings[0], idealProbability.data(), idealMask);
+                for (int k = 0; k < numBins; ++k)
+                {
+                    const Complex ps = speechMid[(size_t) k], pb = backgroundMid[(size_t) k];
+                    const double g = stepped[(size_t) k];
+                    ch[4][k] = { ps.re * g, ps.im * g };
+                    ch[5][k] = { pb.re * g, pb.im * g };
                 }
                 speechMid = s;  // the newest frame's mids, used one hop later
                 backgroundMid = b;
@@ -363,7 +377,8 @@ namespace DialogToolkit
                 }
                 const float* in[7] = { sL.data() + at, sR.data() + at, bL.data() + at, bR.data() + at, nullptr, nullptr, nullptr };
                 float* out[7] = { result.ideal.speech.data() + at, result.ideal.background.data() + at,
-                                  result.none.speech.data() + at, result.none.background.data() + at, nullptr, nullptr, nullptr };
+                                  result.none.speech.data() + at, result.none.background.data() + at,
+                                  result.idealSteps.speech.data() + at, result.idealSteps.background.data() + at, nullptr };
                 reference.processHop (in, out);
             }
 

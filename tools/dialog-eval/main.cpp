@@ -1,4 +1,4 @@
-// dialog-eval --data DIR [--mixes N] [--markdown FILE] [--threads 1|2] [--split val|train]
+// dialog-eval --data DIR [--mixes N] [--markdown FILE] [--threads 1|2] [--split val|train] [--levels DB,DB,...]
 //
 // Measures the dialogue detector on the validation mixes of tools/dialog-data (files never used in
 // training), through the engine's own frequency-domain frame steps with the network the engine
@@ -19,6 +19,9 @@
 //                  centre, the phase split's correlated part included
 //   isolation off  DialogIsolate off, defaults: the phase split's centre alone
 //   ideal mask     1 where the true speech's mid power exceeds the background's, applied directly
+//   ideal, mask steps  the same ideal mask taken as the network's output, through the stage's
+//                  mask steps (attack, release, the running sum up the bins): what a perfect
+//                  detector of that label would reach in the engine
 //   no extraction  the whole mid
 #include "engine/UpmixerDialogNetwork.h"
 #include "tools/dialog-common/DialogToolkit.h"
@@ -26,6 +29,7 @@
 #include <fann.h>
 
 #include <atomic>
+#include <set>
 #include <cstdio>
 #include <thread>
 
@@ -33,10 +37,10 @@ namespace
 {
 namespace T = DialogToolkit;
 
-constexpr double levels[] = { -10.0, -5.0, 0.0, 5.0, 10.0, 20.0 };
-constexpr int numLevels = (int) std::size (levels);
-const char* const pathNames[] = { "network", "centre", "isolation off", "ideal mask", "no extraction" };
-constexpr int numPaths = 5;
+std::vector<double> levels { -10.0, -5.0, 0.0, 5.0, 10.0, 20.0 };  // --levels chooses others
+const char* const pathNames[] = { "network", "centre", "isolation off", "ideal mask", "ideal, mask steps", "no extraction" };
+constexpr int numPaths = 6;
+constexpr int nonePath = numPaths - 1;
 
 struct Measure
 {
@@ -77,8 +81,10 @@ void energies (const T::CentreSplitter::Result& r, double speech[numPaths], doub
     }
     speech[3] = T::energy (r.ideal.speech);
     background[3] = T::energy (r.ideal.background);
-    speech[4] = T::energy (r.none.speech);
-    background[4] = T::energy (r.none.background);
+    speech[4] = T::energy (r.idealSteps.speech);
+    background[4] = T::energy (r.idealSteps.background);
+    speech[nonePath] = T::energy (r.none.speech);
+    background[nonePath] = T::energy (r.none.background);
 }
 }
 
@@ -95,25 +101,37 @@ int main (int argc, char** argv)
         else if (key == "--markdown") markdown = juce::File::getCurrentWorkingDirectory().getChildFile (value);
         else if (key == "--threads") threads = std::clamp (value.getIntValue(), 1, 2);
         else if (key == "--split") split = value;
+        else if (key == "--levels")
+        {
+            levels.clear();
+            for (const auto& t : juce::StringArray::fromTokens (value, ",", ""))
+                levels.push_back (t.getDoubleValue());
+        }
         else
         {
-            std::fprintf (stderr, "usage: dialog-eval --data DIR [--mixes N] [--markdown FILE] [--threads 1|2] [--split val|train]\n");
+            std::fprintf (stderr, "usage: dialog-eval --data DIR [--mixes N] [--markdown FILE] [--threads 1|2] [--split val|train]\n                   [--levels -10,-5,0,5,10,20]\n");
             return 2;
         }
     }
 
     juce::StringArray lines;
     data.getChildFile ("mixes.tsv").readLines (lines);
-    std::vector<juce::String> withSpeech, withBackground;
+    std::vector<juce::String> withSpeech, withBackground, speechKinds, backgroundKinds;  // kinds: the background's sort
     for (int i = 1; i < lines.size(); ++i)
     {
         const auto f = juce::StringArray::fromTokens (lines[i], "\t", "");
-        if (f.size() < 3 || f[1] != split)
+        if (f.size() < 5 || f[1] != split)
             continue;
         if (f[2] == "both" && (int) withSpeech.size() < maxMixes)
+        {
             withSpeech.push_back (f[0]);
+            speechKinds.push_back (f[4]);
+        }
         if (f[2] != "speech-only" && (int) withBackground.size() < maxMixes)
+        {
             withBackground.push_back (f[0]);
+            backgroundKinds.push_back (f[4]);
+        }
     }
     if (withSpeech.empty())
     {
@@ -142,6 +160,7 @@ int main (int argc, char** argv)
 
     const auto settings = pathSettings();
     const auto folder = data.getChildFile ("mixes");
+    const size_t numLevels = levels.size();
     const size_t numJobs = withSpeech.size() * numLevels + withBackground.size();
     std::vector<Measure> measures (withSpeech.size() * numLevels);
     std::vector<Leak> leaks (withBackground.size());
@@ -186,12 +205,12 @@ int main (int argc, char** argv)
             energies (result, s, b);
             if (isLeak)
                 for (int p = 0; p < numPaths; ++p)
-                    leaks[job - measures.size()].leakage[p] = T::ratioDb (b[p], b[4]);
+                    leaks[job - measures.size()].leakage[p] = T::ratioDb (b[p], b[nonePath]);
             else
                 for (int p = 0; p < numPaths; ++p)
                 {
-                    measures[job].deltaSbr[p] = T::ratioDb (s[p], b[p]) - T::ratioDb (s[4], b[4]);
-                    measures[job].kept[p] = T::ratioDb (s[p], s[4]);
+                    measures[job].deltaSbr[p] = T::ratioDb (s[p], b[p]) - T::ratioDb (s[nonePath], b[nonePath]);
+                    measures[job].kept[p] = T::ratioDb (s[p], s[nonePath]);
                 }
         }
     };
@@ -207,12 +226,21 @@ int main (int argc, char** argv)
     }
 
     juce::String table;
-    auto header = [&table] (const char* what) {
-        table << "| input SBR | " << what << ": network | centre | isolation off | ideal mask | no extraction |\n|---|---|---|---|---|---|\n";
+    auto columns = [] {
+        juce::String names, rule ("|---|");
+        for (int p = 0; p < numPaths; ++p)
+        {
+            names << (p > 0 ? " | " : "") << pathNames[p];
+            rule << "---|";
+        }
+        return names + " |\n" + rule;
+    };
+    auto header = [&table, &columns] (const char* what) {
+        table << "| input SBR | " << what << ": " << columns() << "\n";
     };
     auto cell = [] (double x) { return (x >= 0 ? "+" : "") + juce::String (x, 1) + " dB"; };
     header ("ΔSBR");
-    for (int l = 0; l < numLevels; ++l)
+    for (size_t l = 0; l < numLevels; ++l)
     {
         table << "| " << cell (levels[l]) << " |";
         for (int p = 0; p < numPaths; ++p)
@@ -226,7 +254,7 @@ int main (int argc, char** argv)
     }
     table << "\n";
     header ("speech kept");
-    for (int l = 0; l < numLevels; ++l)
+    for (size_t l = 0; l < numLevels; ++l)
     {
         table << "| " << cell (levels[l]) << " |";
         for (int p = 0; p < numPaths; ++p)
@@ -238,7 +266,7 @@ int main (int argc, char** argv)
         }
         table << "\n";
     }
-    table << "\n| background only | leakage: network | centre | isolation off | ideal mask | no extraction |\n|---|---|---|---|---|---|\n| "
+    table << "\n| background only | leakage: " << columns() << "\n| "
           << (int) withBackground.size() << " clips |";
     for (int p = 0; p < numPaths; ++p)
     {
@@ -247,7 +275,36 @@ int main (int argc, char** argv)
             sum += leak.leakage[p];
         table << " " << cell (sum / (double) leaks.size()) << " |";
     }
-    table << "\n\nMeans over " << (int) withSpeech.size() << " validation mixes per ratio; network: " << loaded.fromLastOccurrenceOf ("/", false, false)
+    // The network path by the background's sort: where its ratio and leakage come from.
+    const auto zero = std::find (levels.begin(), levels.end(), 0.0);
+    const size_t zeroLevel = zero != levels.end() ? (size_t) (zero - levels.begin()) : 0;
+    table << "\n\n| background | ΔSBR at " << cell (levels[zeroLevel]) << ": network | ideal, mask steps | leakage: network | isolation off | mixes, clips |\n"
+          << "|---|---|---|---|---|---|\n";
+    std::set<juce::String> kinds (backgroundKinds.begin(), backgroundKinds.end());
+    for (const auto& kind : kinds)
+    {
+        double ratio[2] {}, leak[2] {};
+        int numMixes = 0, numClips = 0;
+        for (size_t m = 0; m < withSpeech.size(); ++m)
+            if (speechKinds[m] == kind)
+            {
+                ratio[0] += measures[m * numLevels + zeroLevel].deltaSbr[0];
+                ratio[1] += measures[m * numLevels + zeroLevel].deltaSbr[4];
+                ++numMixes;
+            }
+        for (size_t c = 0; c < withBackground.size(); ++c)
+            if (backgroundKinds[c] == kind)
+            {
+                leak[0] += leaks[c].leakage[0];
+                leak[1] += leaks[c].leakage[2];
+                ++numClips;
+            }
+        auto mean = [] (double sum, int n) { return n > 0 ? sum / n : 0.0; };
+        table << "| " << kind << " | " << cell (mean (ratio[0], numMixes)) << " | " << cell (mean (ratio[1], numMixes)) << " | "
+              << cell (mean (leak[0], numClips)) << " | " << cell (mean (leak[1], numClips)) << " | " << numMixes << ", " << numClips << " |\n";
+    }
+
+    table << "\nMeans over " << (int) withSpeech.size() << " validation mixes per ratio; network: " << loaded.fromLastOccurrenceOf ("/", false, false)
           << ". Largest difference between the split parts' sum and the stage's own centre: "
           << juce::String (std::max (worstMixError[0], worstMixError[1]), 8) << " of its peak.\n";
 

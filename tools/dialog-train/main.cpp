@@ -58,6 +58,11 @@ struct Options
     unsigned int seed = 5;
     double tolerance = 0.5;   // accuracy points
     double skipBelowDb = 30.0;
+    bool ratioTarget = false;     // label: the speech's share of the mid power instead of 0 or 1
+    double marginDb = 0.0;
+    double narrowShare = 0.0, narrowMax = 0.6;  // see samplesOf        // a bin is speech when the speech exceeds the background by this much
+    juce::File candidates, report; // default: DIR/candidates, DIR/train-report.md
+    double samplingPower = 0.0;   // draw bins in proportion to their level to this power (0: uniformly)
     int maxTrainMixes = 100000;
     int calibrationMixes = 40;
     double keptLimitDb = 1.8;  // the calibration keeps at least this much of the speech (dB lost, at most)
@@ -109,9 +114,11 @@ Samples samplesOf (const Options& options, const Mix& mix, size_t mixIndex)
 
     std::mt19937_64 random (options.seed * 1000003ull + mixIndex * 7919ull + (mix.split == "val" ? 1 : 0));
     const double skipBelow = std::pow (10.0, -options.skipBelowDb / 10.0);
+    const double margin = std::pow (10.0, options.marginDb / 10.0);
     T::FeatureHistory history;
     std::vector<float> inputs ((size_t) F::numBins * F::numInputs);
     std::vector<int> eligible;
+    std::vector<double> weights;
 
     T::FrameRunner runner ([&] (FreqDataStore<Complex>& frame) {
         const Complex* l = frame.getChannel (0);
@@ -137,22 +144,52 @@ Samples samplesOf (const Options& options, const Mix& mix, size_t mixIndex)
         const Complex* sr = frame.getChannel (3);
         const Complex* bl = frame.getChannel (4);
         const Complex* br = frame.getChannel (5);
+        weights.clear();
+        for (int k : eligible)
+            weights.push_back (std::pow (level[(size_t) k] / loudest, options.samplingPower));
         for (int n = 0; n < options.binsPerFrame && ! eligible.empty(); ++n)
         {
-            const size_t pick = (size_t) (random() % eligible.size());
+            size_t pick = 0;
+            if (options.samplingPower == 0.0)
+                pick = (size_t) (random() % eligible.size());
+            else
+            {
+                double total = 0.0;
+                for (double w : weights)
+                    total += w;
+                double at = std::uniform_real_distribution<double> (0.0, total) (random);
+                while (pick + 1 < weights.size() && (at -= weights[pick]) > 0.0)
+                    ++pick;
+            }
             const int k = eligible[pick];
             eligible[pick] = eligible.back();
             eligible.pop_back();
+            weights[pick] = weights.back();
+            weights.pop_back();
             const double smr = (sl[k].re + sr[k].re) / 2.0, smi = (sl[k].im + sr[k].im) / 2.0;
             const double bmr = (bl[k].re + br[k].re) / 2.0, bmi = (bl[k].im + br[k].im) / 2.0;
-            const bool speech = smr * smr + smi * smi > bmr * bmr + bmi * bmi;
+            const double ps = smr * smr + smi * smi, pb = bmr * bmr + bmi * bmi;
             const float* row = inputs.data() + k * F::numInputs;
             samples.inputs.insert (samples.inputs.end(), row, row + F::numInputs);
-            samples.labels.push_back (speech ? 1.0f : 0.0f);
+            samples.labels.push_back (options.ratioTarget ? (float) (ps / std::max (ps + pb, 1.0e-30)) : (ps > pb * margin ? 1.0f : 0.0f));
         }
     });
 
     const int n = stems.numSamples();
+    // Narrowing: a share of the training mixes gets its background pulled towards the centre
+    // (side scaled by w), so that a centred sound alone does not pass for speech: rain, a river or
+    // a mono music track sit in the middle too. Validation mixes stay as they are.
+    if (mix.split == "train" && std::uniform_real_distribution<double> (0.0, 1.0) (random) < options.narrowShare)
+    {
+        const float w = (float) std::uniform_real_distribution<double> (0.0, options.narrowMax) (random);
+        for (int i = 0; i < n; ++i)
+        {
+            const float m = 0.5f * (stems.backgroundL[(size_t) i] + stems.backgroundR[(size_t) i]);
+            const float side = 0.5f * (stems.backgroundL[(size_t) i] - stems.backgroundR[(size_t) i]);
+            stems.backgroundL[(size_t) i] = m + w * side;
+            stems.backgroundR[(size_t) i] = m - w * side;
+        }
+    }
     std::vector<float> mixL ((size_t) n), mixR ((size_t) n);
     for (int i = 0; i < n; ++i)
     {
@@ -354,16 +391,27 @@ struct Calibration
 
 /** The mask the engine would make from calibrated outputs, measured in the frames' spectra. */
 Calibration measureCalibration (const std::vector<CalibrationMix>& mixes, double scale, double shift,
-                                const UpmixerFrequencyDomainAlgo::Settings& settings)
+                                const UpmixerFrequencyDomainAlgo::Settings& settings, double idealMargin = 0.0)
 {
+    const bool ideal = idealMargin > 0.0;
     Calibration c { scale, shift };
     std::vector<float> probability (F::numBins);
+    const std::vector<float>* speech = nullptr;
+    const std::vector<float>* background = nullptr;
     auto probabilities = [&] (const std::vector<float>& value, size_t frame) {
         for (int k = 0; k < F::numBins; ++k)
-            probability[(size_t) k] = (float) (1.0 / (1.0 + std::exp (-2.0 * (scale * value[frame * F::numBins + (size_t) k] + shift))));
+        {
+            const size_t i = frame * F::numBins + (size_t) k;
+            if (ideal)  // the truth instead of the network: 1 where the speech dominates
+                probability[(size_t) k] = speech != nullptr && (*speech)[i] > (*background)[i] * idealMargin ? 1.0f : 0.0f;
+            else
+                probability[(size_t) k] = (float) (1.0 / (1.0 + std::exp (-2.0 * (scale * value[i] + shift))));
+        }
     };
     for (const auto& mix : mixes)
     {
+        speech = &mix.speech;
+        background = &mix.background;
         std::array<float, F::numBins> mask {};
         double es = 0.0, eb = 0.0, es0 = 0.0, eb0 = 0.0;
         for (size_t frame = 0; frame * F::numBins < mix.value.size(); ++frame)
@@ -383,6 +431,7 @@ Calibration measureCalibration (const std::vector<CalibrationMix>& mixes, double
         c.kept += T::ratioDb (es, es0);
 
         mask = {};
+        speech = nullptr;
         double leak = 0.0, leak0 = 0.0;
         for (size_t frame = 0; frame * F::numBins < mix.leakValue.size(); ++frame)
         {
@@ -470,7 +519,8 @@ Calibration calibrate (const Options& options, const std::vector<Mix>& mixes, fa
                + juce::String (c.leakage, 1) + " dB";
     };
     report << "Calibration on " << (int) data.size() << " training mixes at 0 dB (frame spectra, the engine's mask steps):\n- "
-           << line ("as trained", plain) << "\n- " << line ("chosen", chosen) << "\n";
+           << line ("as trained", plain) << "\n- " << line ("chosen", chosen) << "\n- "
+           << line ("the ideal mask through the same steps", measureCalibration (data, 1.0, 0.0, settings, std::pow (10.0, options.marginDb / 10.0))) << "\n";
     return chosen;
 }
 
@@ -666,6 +716,13 @@ int main (int argc, char** argv)
         else if (key == "--tolerance") options.tolerance = value.getDoubleValue();
         else if (key == "--max-train-mixes") options.maxTrainMixes = value.getIntValue();
         else if (key == "--skip-below-db") options.skipBelowDb = value.getDoubleValue();
+        else if (key == "--target") options.ratioTarget = value == "ratio";
+        else if (key == "--margin-db") options.marginDb = value.getDoubleValue();
+        else if (key == "--narrow-share") options.narrowShare = value.getDoubleValue();
+        else if (key == "--narrow-max") options.narrowMax = value.getDoubleValue();
+        else if (key == "--candidates") options.candidates = juce::File::getCurrentWorkingDirectory().getChildFile (value);
+        else if (key == "--report") options.report = juce::File::getCurrentWorkingDirectory().getChildFile (value);
+        else if (key == "--sampling-power") options.samplingPower = value.getDoubleValue();
         else if (key == "--calibration-mixes") options.calibrationMixes = value.getIntValue();
         else if (key == "--kept-limit-db") options.keptLimitDb = value.getDoubleValue();
         else if (key == "--credits-only") creditsOnly = value == "1";
@@ -719,7 +776,7 @@ int main (int argc, char** argv)
     const Samples training = collect (options, mixes, "train");
     const Samples validation = collect (options, mixes, "val");
     auto share = [] (const Samples& s) {
-        return 100.0 * (double) std::count (s.labels.begin(), s.labels.end(), 1.0f) / (double) std::max<size_t> (s.size(), 1);
+        return 100.0 * (double) std::count_if (s.labels.begin(), s.labels.end(), [] (float t) { return t > 0.5f; }) / (double) std::max<size_t> (s.size(), 1);
     };
     std::printf ("samples: %zu training (%.1f %% speech), %zu validation (%.1f %% speech), %.0f s\n", training.size(), share (training),
                  validation.size(), share (validation), std::chrono::duration<double> (std::chrono::steady_clock::now() - t0).count());
@@ -749,7 +806,7 @@ int main (int argc, char** argv)
     fann_destroy_train (data);
 
     // Cost through the engine's run path, one candidate after the other (nothing else running).
-    const auto folder = options.data.getChildFile ("candidates");
+    const auto folder = options.candidates != juce::File() ? options.candidates : options.data.getChildFile ("candidates");
     folder.createDirectory();
     for (auto& c : candidates)
     {
@@ -782,14 +839,15 @@ int main (int argc, char** argv)
     report << "\nSamples: " << (int) training.size() << " training, " << (int) validation.size() << " validation; "
            << options.epochs << " RPROP epochs per candidate; seed " << (int) options.seed << "; chosen: the cheapest within "
            << juce::String (options.tolerance, 1) << " points of the best validation accuracy.\n";
-    options.data.getChildFile ("train-report.md").replaceWithText (report);
+    const auto reportFile = options.report != juce::File() ? options.report : options.data.getChildFile ("train-report.md");
+    reportFile.replaceWithText (report);
     std::printf ("\n%s\n", report.toRawUTF8());
 
     juce::String calibrationReport;
     const auto calibration = calibrate (options, mixes, chosen->best, calibrationReport);
     applyCalibration (chosen->best, calibration);
     std::printf ("%s\n", calibrationReport.toRawUTF8());
-    options.data.getChildFile ("train-report.md").appendText ("\n" + calibrationReport);
+    reportFile.appendText ("\n" + calibrationReport);
 
     if (! save (chosen->best, options.out))
     {
