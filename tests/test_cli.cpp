@@ -3,6 +3,7 @@
 //   equal to the input, a click at the same sample position (latency removed), the report;
 // - refuses each kind of bad input with one clear line and a non-zero exit, leaving no file.
 #include "support/CliRunner.h"
+#include "support/TempFolder.h"
 
 #include <gtest/gtest.h>
 #include <juce_audio_formats/juce_audio_formats.h>
@@ -14,12 +15,11 @@ namespace
 
     struct CliTest : ::testing::Test
     {
-        juce::File dir = juce::File::getSpecialLocation (juce::File::tempDirectory).getNonexistentChildFile ("orrin-cli", "", false);
+        juce::File dir = makeTempFolder ("orrin-cli");
         juce::File input = dir.getChildFile ("in.wav");
 
         void SetUp() override
         {
-            dir.createDirectory();
             // Two seconds of quiet stereo noise with a centred click at sample 30000.
             juce::AudioBuffer<float> b (2, 96000);
             juce::Random random (5);

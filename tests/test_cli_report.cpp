@@ -5,6 +5,7 @@
 //   of C (so the observers, the position reader and the drawing are wired end to end);
 // - no picture without --report, and none when the render fails.
 #include "support/CliRunner.h"
+#include "support/TempFolder.h"
 
 #include <gtest/gtest.h>
 #include <juce_audio_formats/juce_audio_formats.h>
@@ -17,13 +18,12 @@ namespace
 
     struct CliReportTest : ::testing::Test
     {
-        juce::File dir = juce::File::getSpecialLocation (juce::File::tempDirectory).getNonexistentChildFile ("orrin-cli-report", "", false);
+        juce::File dir = makeTempFolder ("orrin-cli-report");
         juce::File input = dir.getChildFile ("in.wav");
         static constexpr int halfLength = 96000;
 
         void SetUp() override
         {
-            dir.createDirectory();
             // Two seconds of noise hard left, then two seconds of the same noise in both sides.
             juce::AudioBuffer<float> b (2, 2 * halfLength);
             juce::Random random (3);

@@ -20,6 +20,7 @@
 //    installs it).
 #include "engine/UpmixerDialogNetwork.h"
 #include "tools/dialog-common/DialogToolkit.h"
+#include "support/TempFolder.h"
 
 #include <fann.h>
 #include <gtest/gtest.h>
@@ -37,13 +38,6 @@ namespace F = UpmixerDialogFeatures;
 namespace T = DialogToolkit;
 
 juce::File shippedNetwork() { return juce::File (ORRIN_SOURCE_DIR).getChildFile ("resources/dialog.net"); }
-
-juce::File tempFolder (const juce::String& name)
-{
-    auto folder = juce::File::getSpecialLocation (juce::File::tempDirectory).getNonexistentChildFile (name, "", false);
-    folder.createDirectory();
-    return folder;
-}
 
 /** A de_DE locale (decimal comma) compiled into folder; null when localedef cannot make it. */
 locale_t commaLocale (const juce::File& folder)
@@ -125,7 +119,7 @@ T::Stems generatedMix (int numSamples)
 /** espeak-ng speaking a phrase, at 48 kHz; empty when espeak-ng is not there. */
 std::vector<float> spokenPhrase()
 {
-    const auto folder = tempFolder ("orrin-phrase");
+    const auto folder = makeTempFolder ("orrin-phrase");
     const auto wav = folder.getChildFile ("phrase.wav");
     const auto command = "espeak-ng -v en -s 150 -w \"" + wav.getFullPathName()
                          + "\" \"The harbour lights were burning late, and nobody on the quay had seen the ferry leave.\" >/dev/null 2>&1";
@@ -177,7 +171,7 @@ TEST (DialogNetwork, ShippedNetworkIsATrained37InputOneOutputNetwork)
 
 TEST (DialogNetwork, LoadsAndSavesUnderACommaDecimalLocale)
 {
-    const auto folder = tempFolder ("orrin-comma");
+    const auto folder = makeTempFolder ("orrin-comma");
     const locale_t comma = commaLocale (folder);
     if (comma == (locale_t) 0)
     {

@@ -3,8 +3,6 @@
 //  - resources/dialog.net loads (37 inputs); a missing file, a file that is no network and a
 //    network of the wrong shape are refused with a reason; "Install Folder" adds a place to look,
 //    after the binary's own folders and the source tree;
-//  - under a locale whose decimal separator is a comma the file loads all the same and computes
-//    the same (skipped where the comma locale cannot be generated);
 //  - the frame-wide run gives fann_run's results bit for bit, for the shipped network and for
 //    networks of other shapes and activation functions (sigmoid, symmetric, stepwise, Elliott,
 //    linear, shortcut connections, scaled inputs);
@@ -25,9 +23,9 @@
 #include <fann.h>
 #include <gtest/gtest.h>
 
-#include <locale.h>
 
 #include <cmath>
+#include <cstdlib>
 #include <vector>
 
 using namespace UpmixerParam;
@@ -41,7 +39,8 @@ juce::File shippedNetwork() { return juce::File (ORRIN_SOURCE_DIR).getChildFile 
 
 juce::File tempFile (const juce::String& name)
 {
-    return juce::File::getSpecialLocation (juce::File::tempDirectory).getNonexistentChildFile (name, ".net", false);
+    // Inside the test process's own settings folder, which is removed when the run ends.
+    return juce::File (std::getenv ("KESTRO_AUDIO_DIR")).getNonexistentChildFile (name, ".net", false);
 }
 
 /** Input vectors of a frame from six frames of made-up spectra (tones over noise). */
@@ -166,45 +165,6 @@ TEST (EngineDialogNetwork, LooksBesideTheBinaryThenInTheSourceTreeThenTheInstall
     settings.remove ("Install Folder");
     ASSERT_EQ (withInstall.size(), withoutInstall.size() + 1);
     EXPECT_EQ (withInstall.getLast(), install.getChildFile ("Resources/dialog.net"));
-}
-
-TEST (EngineDialogNetwork, LoadsUnderACommaDecimalLocale)
-{
-    // A comma locale compiled into a temporary folder: nothing of the system's is changed.
-    const auto folder = juce::File::getSpecialLocation (juce::File::tempDirectory).getNonexistentChildFile ("orrin-locale", "", false);
-    folder.createDirectory();
-    const auto command = "localedef -i de_DE -f UTF-8 -c \"" + folder.getChildFile ("de_DE.UTF-8").getFullPathName() + "\" >/dev/null 2>&1";
-    if (std::system (command.toRawUTF8()) != 0)
-    {
-        folder.deleteRecursively();
-        GTEST_SKIP() << "cannot generate a de_DE locale here";
-    }
-    setenv ("LOCPATH", folder.getFullPathName().toRawUTF8(), 1);
-    const locale_t comma = newlocale (LC_ALL_MASK, "de_DE.UTF-8", (locale_t) 0);
-    unsetenv ("LOCPATH");
-    ASSERT_NE (comma, (locale_t) 0);
-
-    const locale_t previous = uselocale (comma);
-    char text[16];
-    snprintf (text, sizeof (text), "%.1f", 0.5);
-    juce::String error;
-    fann* underComma = UpmixerDialogNetwork::loadFile (shippedNetwork(), error);
-    uselocale (previous);
-    freelocale (comma);
-    folder.deleteRecursively();
-
-    EXPECT_STREQ (text, "0,5");  // the locale really reads and writes numbers with a comma
-    ASSERT_NE (underComma, nullptr) << error;
-    fann* underC = UpmixerDialogNetwork::loadFile (shippedNetwork(), error);
-    ASSERT_NE (underC, nullptr);
-    auto inputs = someInputs (7);
-    for (int k = 0; k < F::numBins; k += 8)
-    {
-        float* row = inputs.data() + k * F::numInputs;
-        EXPECT_EQ (fann_run (underComma, row)[0], fann_run (underC, row)[0]) << "bin " << k;
-    }
-    fann_destroy (underComma);
-    fann_destroy (underC);
 }
 
 TEST (EngineDialogNetwork, FrameRunMatchesFannRunBitForBit)

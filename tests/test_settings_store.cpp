@@ -5,6 +5,7 @@
 // - many threads writing through the shared store leave a complete, parseable file;
 // - a corrupt file reads as empty and is replaced cleanly by the next write.
 #include "processor/KaSettingsStore.h"
+#include "support/TempFolder.h"
 
 #include <gtest/gtest.h>
 
@@ -14,9 +15,7 @@ namespace
 {
     juce::File freshFile()
     {
-        return juce::File::getSpecialLocation (juce::File::tempDirectory)
-            .getNonexistentChildFile ("orrin-settings", "", false)
-            .getChildFile ("settings.xml");
+        return makeTempFolder ("orrin-settings").getChildFile ("settings.xml");
     }
 }
 

@@ -20,6 +20,7 @@
 #include "processor/UpmixerParameters.h"
 #include "support/CliRunner.h"
 #include "support/StateTestSupport.h"
+#include "support/TempFolder.h"
 
 #include <gtest/gtest.h>
 
@@ -30,13 +31,6 @@ using namespace StateTestSupport;
 namespace
 {
     const juce::File committed = juce::File (ORRIN_SOURCE_DIR).getChildFile ("resources/presets");
-
-    juce::File tempFolder (const char* name)
-    {
-        auto dir = juce::File::getSpecialLocation (juce::File::tempDirectory).getNonexistentChildFile (name, "", false);
-        dir.createDirectory();
-        return dir;
-    }
 
     KaParameterTable makeTable()
     {
@@ -66,7 +60,7 @@ namespace
 
 TEST (FactoryPresets, CommittedFilesEqualWhatTheToolWrites)
 {
-    const auto out = tempFolder ("orrin-factory");
+    const auto out = makeTempFolder ("orrin-factory");
     ASSERT_EQ (runTool (out), 0);
 
     const auto generated = presetFilesIn (out), inRepository = presetFilesIn (committed);
@@ -140,7 +134,7 @@ TEST (FactoryPresets, EveryKeyIsKnownAndEveryPresetLoads)
 
 TEST (FactoryPresets, InstalledOnceWithoutOverwritingTheUsersFiles)
 {
-    const auto dir = tempFolder ("orrin-install");
+    const auto dir = makeTempFolder ("orrin-install");
     KaSettingsStore store (dir.getChildFile ("settings.xml"));
     KaPresetLibrary library (dir.getChildFile ("Presets"));
     const auto table = makeTable();
@@ -179,7 +173,7 @@ TEST (FactoryPresets, AProcessorsFirstRunInstalledThem)
 
 TEST (FactoryPresets, CommandLinePresetComesBeforeSettings)
 {
-    const auto dir = tempFolder ("orrin-cli-preset");
+    const auto dir = makeTempFolder ("orrin-cli-preset");
     const auto input = dir.getChildFile ("in.wav");
     {
         juce::WavAudioFormat wav;

@@ -24,6 +24,7 @@
 #include "processor/KaSettingsStore.h"
 #include "processor/UpmixerParameters.h"
 #include "support/StateTestSupport.h"
+#include "support/TempFolder.h"
 
 #include <gtest/gtest.h>
 
@@ -34,13 +35,6 @@ using namespace StateTestSupport;
 
 namespace
 {
-    juce::File tempFolder (const char* name)
-    {
-        auto dir = juce::File::getSpecialLocation (juce::File::tempDirectory).getNonexistentChildFile (name, "", false);
-        dir.createDirectory();
-        return dir;
-    }
-
     ino_t inodeOf (const juce::File& f)
     {
         struct stat info {};
@@ -115,7 +109,7 @@ TEST (PresetFiles, SavingRenamesACompleteFileOverTheOld)
 
 TEST (PresetFiles, PresetWithoutParametersKeepsDefaultsAndReportsItsVersion)
 {
-    const auto dir = tempFolder ("orrin-preset");
+    const auto dir = makeTempFolder ("orrin-preset");
     const auto file = dir.getChildFile ("Bare.nap");
     file.replaceWithText ("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<KestroAudioPreset FileVersion=\"2\"/>\n");
     const auto table = makeTable();
@@ -210,7 +204,7 @@ TEST (PresetFiles, ValuesClampUnknownKeysAreIgnoredSpecificDataIsKept)
 
 TEST (PresetFolders, CreatedOnFirstRunAndListedInBrowserOrder)
 {
-    const auto root = tempFolder ("orrin-library");
+    const auto root = makeTempFolder ("orrin-library");
     KaPresetLibrary library (root.getChildFile ("Presets"));
     ASSERT_TRUE (library.createStandardFolders());
     for (const auto* name : { "User", "Installed", "Default" })
@@ -252,7 +246,7 @@ TEST (PresetFolders, CreatedOnFirstRunAndListedInBrowserOrder)
 
 TEST (DefaultPreset, KeysAndMissingValueRules)
 {
-    const auto dir = tempFolder ("orrin-store");
+    const auto dir = makeTempFolder ("orrin-store");
     KaSettingsStore store (dir.getChildFile ("settings.xml"));
     auto table = makeTable();
     EXPECT_FALSE (KaDefaultPreset::has (store, table));
