@@ -177,6 +177,8 @@ void UpmixerAlgo::processSubBlock (float* const* block, int numChannels, int num
         settings.numOutputChannels = numOutputChannels;
         settings.fadeSB = p (FadeSB);
         settings.lfeOn = p (Lfe) != 0.0f;
+        // Only an excluded LFE is the input's alone, so only then does its own gain apply.
+        settings.lfeGain = p (ExcludeLfe) != 0.0f ? UpmixerGains::dbToGain (55.0f * p (ExcludeLfeGain) - 45.0f) : 1.0f;
         settings.switched = p (SwitchedMultiInputFadeAlgo) != 0.0f;
         multiInputStage.mix (channels, numSamples, settings);
     }

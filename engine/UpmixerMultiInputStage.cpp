@@ -19,6 +19,7 @@ void UpmixerMultiInputStage::prepare (int latency)
     }
     m_sidesToSides.reset();
     m_sidesToBacks.reset();
+    m_lfeGain.reset();
 }
 
 bool UpmixerMultiInputStage::hasRole (int numInputs, int role) const noexcept
@@ -77,7 +78,10 @@ void UpmixerMultiInputStage::mix (const UpmixerChannels& channels, int numSample
     readInto (0, first);
     addInto (channels[2], first, 1.0f);
     readInto (1, first);
-    addInto (settings.lfeOn ? channels[3] : nullptr, first, 1.0f);
+    m_lfeGain.setTarget (settings.lfeGain, numSamples);
+    if (float* lfe = settings.lfeOn ? channels[3] : nullptr)
+        for (int i = 0; i < numSamples; ++i)
+            lfe[i] += first[i] * m_lfeGain.next();
 
     // Side pair, placed between sides and backs by FadeSB when the input has no backs of its own.
     const bool outputHasBacks = settings.numOutputChannels >= 8 && channels[6] != nullptr && channels[7] != nullptr;

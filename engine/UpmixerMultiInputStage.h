@@ -19,7 +19,10 @@
       - centre: added to C as it is. A discrete centre stays a hard centre; Divergence shapes
         the upmixed centre only (with ExcludeC on, the engine spreads all of that into L and R,
         so C carries the input's centre alone).
-      - LFE: added to the LFE while LFE is on; with LFE off the LFE stays silent.
+      - LFE: added to the LFE while LFE is on; with LFE off the LFE stays silent. With
+        ExcludeLfe on the engine generates no LFE of its own from such an input, so the input's
+        LFE is the whole LFE channel, and ExcludeLfeGain (-45 to +10 dB) sets its level; with
+        ExcludeLfe off it joins the generated LFE at unity.
       - surrounds: added to the surrounds of their kind. Where the output has back channels and
         the input has sides only, the input's sides are placed between the sides and the backs
         by FadeSB: with SwitchedMultiInputFadeAlgo on they switch wholly to the backs from
@@ -43,6 +46,7 @@ public:
         int numOutputChannels = 6;
         float fadeSB = 0.0f;
         bool lfeOn = true;
+        float lfeGain = 1.0f;  // the input LFE's gain: ExcludeLfeGain with ExcludeLfe on, else 1
         bool switched = true;  // SwitchedMultiInputFadeAlgo
     };
 
@@ -74,5 +78,5 @@ private:
     std::array<CircularAudioBuffer, 6>& m_inputDelay;
     const SlotTable& m_inputSlotTable;
     std::vector<float> m_scratch;
-    UpmixerGainRamp m_sidesToSides, m_sidesToBacks;
+    UpmixerGainRamp m_sidesToSides, m_sidesToBacks, m_lfeGain;
 };

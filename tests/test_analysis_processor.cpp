@@ -246,7 +246,8 @@ TEST (AnalysisProcessor, ReadersRaceTheRunningProcessor)
                 observers.getPairCorrelation (pair)->getSmoothedCorrelation();
             for (int bin = 0; bin < KaJuceObserverCorrelation::numHistogramBins; ++bin)
                 observers.getSourceCorrelation()->getHistogramBin (bin);
-            observers.getDownmixCorrelation()->getCorrelation();
+            if (const auto downmix = observers.getDownmixCorrelation())
+                downmix->getCorrelation();
             observers.getStereoHaze()->readSnapshot (stereo);
             observers.getCoherence()->readSnapshot (coherence);
             if (observers.getUpmixHaze()->readSnapshot (haze))

@@ -15,9 +15,9 @@
 //    the same layout without overheads; on-phase 1 lifts all in-phase content (C too, unless
 //    VerticalExcludeC); a control at 0.5 is -6 dB whatever the floor; 7.1.4 fills Trl and Trr;
 //  - multi-input: a discrete centre arrives in C unchanged, 1536 samples later; a discrete LFE
-//    in the LFE, or nowhere with LFE off; the input's sides go to the sides or the backs by
-//    FadeSB (switched or faded at constant power); backs with no back channels join the sides
-//    at -3 dB; the input-slot table's centre and LFE queries.
+//    in the LFE (at ExcludeLfeGain when excluded), or nowhere with LFE off; the input's sides go
+//    to the sides or the backs by FadeSB (switched or faded at constant power); backs with no
+//    back channels join the sides at -3 dB; the input-slot table's centre and LFE queries.
 #include "processor/UpmixerParameters.h"
 #include "support/EngineTestRig.h"
 
@@ -306,6 +306,18 @@ TEST (EngineMultiInput, DiscreteCentreAndLfeArriveUnchangedAfterTheLatency)
     EngineRig lfeOff (1, 6, fs, 6);
     lfeOff.set (Lfe, 0.0f);
     EXPECT_EQ (lfeOff.run (input).getMagnitude (kindLfe, 0, length), 0.0f);
+
+    // ExcludeLfeGain sets the level of an excluded LFE, and of no other.
+    for (const bool excluded : { true, false })
+    {
+        EngineRig quiet (1, 6, fs, 6);
+        quiet.set (ExcludeLfe, excluded ? 1.0f : 0.0f);
+        quiet.set (ExcludeLfeGain, 0.0f);  // -45 dB
+        const auto q = quiet.run (input);
+        const float gain = excluded ? std::pow (10.0f, -45.0f / 20.0f) : 1.0f;
+        for (int i = latency; i < length; i += 7)
+            ASSERT_NEAR (q.getSample (kindLfe, i), gain * input.getSample (kindLfe, i - latency), 1.0e-6f) << i << " excluded " << excluded;
+    }
 }
 
 TEST (EngineMultiInput, InputSidesFollowFadeSB)

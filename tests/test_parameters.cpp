@@ -65,8 +65,12 @@ TEST (Parameters, KeysNamesAndDefaults)
     // Everything starts at its default, but Routing: its default choice (100) is no routing, so
     // the processor resolves one and stores it back.
     for (int n : t.numbers())
+    {
         if (n != Routing)
+        {
             EXPECT_FLOAT_EQ (t.get (n), t.getDefault (n)) << t.info (n)->key;
+        }
+    }
     EXPECT_EQ (t.getChoice (Routing), 1);
 }
 
