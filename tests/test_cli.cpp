@@ -6,7 +6,6 @@
 #include "support/TempFolder.h"
 
 #include <gtest/gtest.h>
-#include <juce_audio_formats/juce_audio_formats.h>
 
 namespace
 {
@@ -28,19 +27,10 @@ namespace
                     b.setSample (ch, i, 0.01f * (random.nextFloat() - 0.5f));
             b.setSample (0, 30000, 0.9f);
             b.setSample (1, 30000, 0.9f);
-            juce::WavAudioFormat wav;
-            std::unique_ptr<juce::AudioFormatWriter> w (wav.createWriterFor (new juce::FileOutputStream (input), 48000.0, 2, 24, {}, 0));
-            ASSERT_NE (w, nullptr);
-            w->writeFromAudioSampleBuffer (b, 0, b.getNumSamples());
+            ASSERT_TRUE (CliRunner::writeWav (input, b));
         }
 
         void TearDown() override { dir.deleteRecursively(); }
-
-        std::unique_ptr<juce::AudioFormatReader> open (const juce::File& f)
-        {
-            juce::WavAudioFormat wav;
-            return std::unique_ptr<juce::AudioFormatReader> (wav.createReaderFor (f.createInputStream().release(), true));
-        }
 
         void expectFailure (const juce::StringArray& args, const juce::File& output, const char* words)
         {
@@ -66,7 +56,7 @@ TEST_F (CliTest, RendersAlignedMultichannelWav)
     EXPECT_TRUE (run.output.contains ("Wrote")) << run.output;
     EXPECT_TRUE (run.output.contains ("Peak dBFS")) << run.output;
 
-    auto reader = open (out);
+    auto reader = CliRunner::openWav (out);
     ASSERT_NE (reader, nullptr);
     EXPECT_EQ (reader->numChannels, 10u);
     EXPECT_EQ (reader->lengthInSamples, 96000);
@@ -94,7 +84,7 @@ TEST_F (CliTest, FiveOneLayoutAndBitDepth)
                                "--set", "LfeFreq=120Hz", "--set", "Divergence=0.25", "--quiet" });
     ASSERT_EQ (run.exitCode, 0) << run.output;
     EXPECT_TRUE (run.output.trim().isEmpty()) << run.output;
-    auto reader = open (out);
+    auto reader = CliRunner::openWav (out);
     ASSERT_NE (reader, nullptr);
     EXPECT_EQ (reader->numChannels, 6u);
     EXPECT_EQ (reader->bitsPerSample, 24u);

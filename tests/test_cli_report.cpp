@@ -8,7 +8,6 @@
 #include "support/TempFolder.h"
 
 #include <gtest/gtest.h>
-#include <juce_audio_formats/juce_audio_formats.h>
 #include <juce_graphics/juce_graphics.h>
 
 namespace
@@ -33,10 +32,7 @@ namespace
                 b.setSample (0, i, x);
                 b.setSample (1, i, i < halfLength ? 0.0f : x);
             }
-            juce::WavAudioFormat wav;
-            std::unique_ptr<juce::AudioFormatWriter> w (wav.createWriterFor (new juce::FileOutputStream (input), 48000.0, 2, 24, {}, 0));
-            ASSERT_NE (w, nullptr);
-            w->writeFromAudioSampleBuffer (b, 0, b.getNumSamples());
+            ASSERT_TRUE (CliRunner::writeWav (input, b));
         }
 
         void TearDown() override { dir.deleteRecursively(); }

@@ -176,14 +176,12 @@ TEST (FactoryPresets, CommandLinePresetComesBeforeSettings)
     const auto dir = makeTempFolder ("orrin-cli-preset");
     const auto input = dir.getChildFile ("in.wav");
     {
-        juce::WavAudioFormat wav;
-        std::unique_ptr<juce::AudioFormatWriter> writer (wav.createWriterFor (new juce::FileOutputStream (input), 48000.0, 2, 24, {}, 0));
         juce::AudioBuffer<float> noise (2, 24000);
         juce::Random random (3);
         for (int ch = 0; ch < 2; ++ch)
             for (int i = 0; i < noise.getNumSamples(); ++i)
                 noise.setSample (ch, i, 0.3f * (random.nextFloat() * 2.0f - 1.0f));
-        writer->writeFromAudioSampleBuffer (noise, 0, noise.getNumSamples());
+        ASSERT_TRUE (CliRunner::writeWav (input, noise));
     }
 
     // The same values given one by one, in their normalised form.

@@ -172,38 +172,31 @@ TEST (SessionState, OutOfRangeClampsAndNonNumbersTakeDefaults)
     EXPECT_EQ (t.get (DialogRelease), t.getDefault (DialogRelease));
 }
 
-TEST (SessionState, MapVersionOneTurnsAllFourSwitchesOff)
+TEST (SessionState, OlderMapsTurnOffTheSwitchesTheyPredate)
 {
-    UpmixerProcessor p;
-    load (p, stateWithMapVersion (0.001f, 1.0f));
-    const auto& t = p.getParameterTable();
-    EXPECT_EQ (t.get (ExcludeC), 0.0f);
-    EXPECT_EQ (t.get (ExcludeLfe), 0.0f);
-    EXPECT_EQ (t.get (ExtendedVerticalParamRange), 0.0f);
-    EXPECT_EQ (t.get (SwitchedMultiInputFadeAlgo), 0.0f);
-    EXPECT_EQ (t.get (ParamMapVersion), 0.003f);
-    EXPECT_TRUE (logContains ("KaJuceEditorBase::checkParamMapVersionCompatibility: nLoadingInVersion=1, nCodeVersion=3"));
+    // Version 1 predates all four switches; version 2 had the exclude switches already.
+    for (const int version : { 1, 2 })
+    {
+        UpmixerProcessor p;
+        load (p, stateWithMapVersion (0.001f * (float) version, 1.0f));
+        const auto& t = p.getParameterTable();
+        const float exclude = version == 1 ? 0.0f : 1.0f;
+        EXPECT_EQ (t.get (ExcludeC), exclude) << version;
+        EXPECT_EQ (t.get (ExcludeLfe), exclude) << version;
+        EXPECT_EQ (t.get (ExtendedVerticalParamRange), 0.0f) << version;
+        EXPECT_EQ (t.get (SwitchedMultiInputFadeAlgo), 0.0f) << version;
+        EXPECT_EQ (t.get (ParamMapVersion), 0.003f) << version;
+        EXPECT_TRUE (logContains ("KaJuceEditorBase::checkParamMapVersionCompatibility: nLoadingInVersion=" + juce::String (version)
+                                  + ", nCodeVersion=3"));
+
+        // The mapped state is saved as the current version.
+        UpmixerProcessor again;
+        load (again, stateOf (p));
+        EXPECT_EQ (again.getParameterTable().get (ExcludeC), exclude);
+        EXPECT_EQ (again.getParameterTable().get (ParamMapVersion), 0.003f);
+    }
     EXPECT_TRUE (logContains ("UpmixerProcessor::performParamMappingToNextVersion: nOldPluginVersion=1"));
     EXPECT_TRUE (logContains ("UpmixerProcessor::performParamMappingToNextVersion: nOldPluginVersion=2"));
-
-    // The mapped state is saved as the current version.
-    UpmixerProcessor again;
-    load (again, stateOf (p));
-    EXPECT_EQ (again.getParameterTable().get (ExcludeC), 0.0f);
-    EXPECT_EQ (again.getParameterTable().get (ParamMapVersion), 0.003f);
-}
-
-TEST (SessionState, MapVersionTwoKeepsTheExcludeSwitches)
-{
-    UpmixerProcessor p;
-    load (p, stateWithMapVersion (0.002f, 1.0f));
-    const auto& t = p.getParameterTable();
-    EXPECT_EQ (t.get (ExcludeC), 1.0f);
-    EXPECT_EQ (t.get (ExcludeLfe), 1.0f);
-    EXPECT_EQ (t.get (ExtendedVerticalParamRange), 0.0f);
-    EXPECT_EQ (t.get (SwitchedMultiInputFadeAlgo), 0.0f);
-    EXPECT_EQ (t.get (ParamMapVersion), 0.003f);
-    EXPECT_TRUE (logContains ("nLoadingInVersion=2, nCodeVersion=3"));
 }
 
 TEST (SessionState, NewerMapLoadsAsItStandsAndWarnsOncePerProcess)
