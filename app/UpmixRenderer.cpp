@@ -4,6 +4,7 @@
 #include "processor/KaPresetLibrary.h"
 #include "processor/UpmixerProcessor.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace
@@ -95,6 +96,14 @@ juce::StringArray UpmixRenderer::layoutNames()
     return names;
 }
 
+juce::int64 UpmixRenderer::preRollSamples (double sampleRate, int blockSize, juce::int64 numSamples)
+{
+    // Whole blocks, about a second, and never reaching past the file's end when mirrored.
+    const juce::int64 wanted = (juce::int64) std::ceil (sampleRate / blockSize) * blockSize;
+    const juce::int64 available = (numSamples - 1) / blockSize * blockSize;
+    return std::max<juce::int64> (0, std::min (wanted, available));
+}
+
 UpmixRenderer::Result UpmixRenderer::render (const Options& options)
 {
     Result result;
@@ -183,10 +192,24 @@ UpmixRenderer::Result UpmixRenderer::render (const Options& options)
     std::vector<double> peak ((size_t) numOut, 0.0), sumSquares ((size_t) numOut, 0.0);
 
     const juce::int64 total = reader->lengthInSamples;
+    const juce::int64 preRoll = preRollSamples (reader->sampleRate, block, total);
     juce::int64 written = 0;
-    for (juce::int64 position = 0; written < total; position += block)
+    for (juce::int64 position = -preRoll; written < total; position += block)
     {
         buffer.clear();
+        if (position < 0)
+        {
+            // The opening mirrored in time: the samples -position, -position - 1, ... of the file.
+            const juce::int64 first = -position - block + 1;
+            if (! reader->read (&buffer, 0, block, first, true, true))
+                return result.error = "reading '" + options.input.getFullPathName() + "' failed", result;
+            for (int ch = 0; ch < numIn; ++ch)
+                std::reverse (buffer.getWritePointer (ch), buffer.getWritePointer (ch) + block);
+            for (int ch = numIn; ch < numBufferChannels; ++ch)
+                buffer.clear (ch, 0, block);
+            processor.processBlock (buffer, midi);
+            continue;
+        }
         if (position < total)
         {
             const int toRead = (int) juce::jmin<juce::int64> (block, total - position);

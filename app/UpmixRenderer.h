@@ -12,7 +12,13 @@ class UpmixerProcessor;
 
     The output lines up with the input sample for sample (the processor's latency is removed and
     its tail flushed), and is written to a temporary file beside the target that is renamed only
-    when everything succeeded: a failed render never leaves a partial file. */
+    when everything succeeded: a failed render never leaves a partial file.
+
+    The render starts warmed up. The engine's per-bin estimates (where each bin sits in the field)
+    settle over about half a second, and from a cold start a source hard on one side would drift
+    in from the surrounds. So before the file's first sample the processor hears the file's
+    opening mirrored in time (sample -n is sample n, so the joint is seamless), about a second of
+    it, and what it puts out for that is dropped. */
 class UpmixRenderer
 {
 public:
@@ -54,4 +60,8 @@ public:
     static juce::StringArray layoutNames();
 
     static Result render (const Options& options);
+
+    /** How many mirrored samples run before the file: whole blocks making about a second, fewer
+        for a file too short to mirror that much. */
+    static juce::int64 preRollSamples (double sampleRate, int blockSize, juce::int64 numSamples);
 };

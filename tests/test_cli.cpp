@@ -1,6 +1,8 @@
 // The orrin-upmix command line, run as a user would:
 // - renders a generated stereo WAV to 7.1.2 and 5.1: channel count, WAV channel mask, length
 //   equal to the input, a click at the same sample position (latency removed), the report;
+// - a hard-left source sits in L from the first 50 ms (the render starts warmed up), and a file
+//   shorter than a block renders too;
 // - refuses each kind of bad input with one clear line and a non-zero exit, leaving no file.
 #include "support/CliRunner.h"
 #include "support/TempFolder.h"
@@ -89,6 +91,36 @@ TEST_F (CliTest, FiveOneLayoutAndBitDepth)
     EXPECT_EQ (reader->numChannels, 6u);
     EXPECT_EQ (reader->bitsPerSample, 24u);
     EXPECT_EQ (reader->metadataValues["ChannelMask"], juce::String (0x60F));
+}
+
+TEST_F (CliTest, AHardLeftSourceIsPlacedFromTheFirstMoment)
+{
+    // Noise on the left only: from a cold start the engine would put the opening in Ls.
+    const auto left = dir.getChildFile ("left.wav");
+    juce::AudioBuffer<float> b (2, 72000);
+    b.clear();
+    juce::Random random (9);
+    for (int i = 0; i < b.getNumSamples(); ++i)
+        b.setSample (0, i, 0.2f * (random.nextFloat() - 0.5f));
+    ASSERT_TRUE (CliRunner::writeWav (left, b));
+
+    const auto out = dir.getChildFile ("left51.wav");
+    ASSERT_EQ (runCli ({ left.getFullPathName(), out.getFullPathName(), "--layout", "5.1", "--quiet" }).exitCode, 0);
+    auto reader = CliRunner::openWav (out);
+    ASSERT_NE (reader, nullptr);
+    juce::AudioBuffer<float> o (6, 72000);
+    reader->read (&o, 0, 72000, 0, true, true);
+    auto db = [&] (int ch, int start, int length) { return juce::Decibels::gainToDecibels (o.getRMSLevel (ch, start, length), -200.0f); };
+    // 5.1 file order: L R C LFE Ls Rs. The first 50 ms against the last half second.
+    EXPECT_NEAR (db (0, 0, 2400), db (0, 48000, 24000), 1.0f);
+    EXPECT_NEAR (db (4, 0, 2400), db (4, 48000, 24000), 3.0f);
+    EXPECT_GT (db (0, 0, 2400) - db (4, 0, 2400), 12.0f);
+
+    // A file too short to mirror a whole block still renders, at its own length.
+    b.setSize (2, 300, true);
+    ASSERT_TRUE (CliRunner::writeWav (left, b));
+    ASSERT_EQ (runCli ({ left.getFullPathName(), out.getFullPathName(), "--layout", "5.1", "--quiet" }).exitCode, 0);
+    EXPECT_EQ (CliRunner::openWav (out)->lengthInSamples, 300);
 }
 
 TEST_F (CliTest, RefusesBadInputWithOneLine)

@@ -7,9 +7,10 @@
     the tests write. */
 namespace CliRunner
 {
-    /** Writes buffer to file as a 24-bit WAV at 48 kHz; false when it cannot. */
+    /** Writes buffer to file (replacing it) as a 24-bit WAV at 48 kHz; false when it cannot. */
     inline bool writeWav (const juce::File& file, const juce::AudioBuffer<float>& buffer)
     {
+        file.deleteFile();  // a FileOutputStream would write over an old file's start and keep the rest
         juce::WavAudioFormat wav;
         std::unique_ptr<juce::AudioFormatWriter> writer (
             wav.createWriterFor (new juce::FileOutputStream (file), 48000.0, (unsigned int) buffer.getNumChannels(), 24, {}, 0));
