@@ -9,7 +9,7 @@
 //    setFftSize moves the engine to the new size;
 //  - transforms of one size run on several threads at once and give the single-thread results;
 //  - windows: the five shapes are symmetric with their known end and centre values, any other
-//    type is all zero, applyTo multiplies every channel;
+//    type is all zero;
 //  - FreqDataStore: zeroed, channel after channel, FFT size numBins * 2 - 2, no storage for no bins.
 #include "dsp/FFTWindow.h"
 #include "dsp/FftPlans.h"
@@ -225,23 +225,6 @@ TEST (DspFftWindow, ShapesAreSymmetricWithKnownEndAndCentreValues)
         const FFTWindow none (256, type);
         for (int n = 0; n < 256; ++n)
             ASSERT_EQ (none.getTable()[n], 0.0f) << "type " << type;
-    }
-}
-
-TEST (DspFftWindow, ApplyToMultipliesEveryChannel)
-{
-    const FFTWindow hann (8, 2);
-    juce::AudioSampleBuffer frame (3, 10);
-    for (int c = 0; c < 3; ++c)
-        for (int n = 0; n < 10; ++n)
-            frame.setSample (c, n, 2.0f);
-
-    hann.applyTo (frame);
-    for (int c = 0; c < 3; ++c)
-    {
-        for (int n = 0; n < 8; ++n)
-            EXPECT_EQ (frame.getSample (c, n), 2.0f * hann.getTable()[n]);
-        EXPECT_EQ (frame.getSample (c, 8), 2.0f) << "samples past the window are left alone";
     }
 }
 
