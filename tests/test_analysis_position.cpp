@@ -5,9 +5,9 @@
 //   phantom between them, opposite speakers and silence read as fully spread, sums add;
 // - loudspeaker azimuths for 5.1, 7.1, 7.1.2 (top side) and 7.1.4 (top front), none for LFE
 //   and for kinds a layout lacks;
-// - end to end through the real observers: a signal that exists only in Ls is placed at Ls's
-//   azimuth in every band, whichever host position the routing gives Ls; the same signal in
-//   L and R sits in front.
+// - end to end through the real observers: a signal that exists only in L, or only in Ls, is
+//   placed at that speaker's azimuth in every band, whichever host position the routing gives
+//   it; the same signal in L and R sits in front, spread by the pair's angle.
 #include "analysis/SpatialPosition.h"
 #include "analysis/UpmixerObservers.h"
 #include "analysis/UpmixerSpeakerAngles.h"
@@ -27,7 +27,7 @@ namespace
 
     /** Feeds the observers with engine outputs in which only the given host positions carry
         noise (the same noise in each), and returns the per-band vectors of the upmix haze. */
-    std::vector<EnergyVector> positionsOf (int routing, int numOutputs, std::initializer_list<int> loudPositions)
+    std::vector<EnergyVector> positionsOf (int routing, int numOutputs, const std::vector<int>& loudPositions)
     {
         FixedLayout layout;
         layout.routing = routing;
@@ -140,16 +140,13 @@ TEST (AnalysisPosition, EnergyVectorDirectionAndSpread)
 TEST (AnalysisPosition, LoudspeakerAzimuthsPerLayout)
 {
     namespace A = UpmixerSpeakerAngles;
-    // 5.1 in JUCE's order (routing 1): surrounds at 110 degrees, no rears, no heights.
-    EXPECT_EQ (A::azimuthOf (kindL, 1, 6), -30.0f);
-    EXPECT_EQ (A::azimuthOf (kindR, 1, 6), 30.0f);
+    // L, R and Ls of 5.1 and 7.1 are read end to end below. 5.1 in JUCE's order (routing 1):
+    // surrounds at 110 degrees, no rears, no heights.
     EXPECT_EQ (A::azimuthOf (kindC, 1, 6), 0.0f);
-    EXPECT_EQ (A::azimuthOf (kindLs, 1, 6), -110.0f);
     EXPECT_EQ (A::azimuthOf (kindRs, 1, 6), 110.0f);
     EXPECT_TRUE (std::isnan (A::azimuthOf (kindLsr, 1, 6)));
     EXPECT_TRUE (std::isnan (A::azimuthOf (kindLfe, 1, 6)));
     // 7.1 (routing 4): side pair at 100, rears at 145.
-    EXPECT_EQ (A::azimuthOf (kindLs, 4, 8), -100.0f);
     EXPECT_EQ (A::azimuthOf (kindLsr, 4, 8), -145.0f);
     EXPECT_EQ (A::azimuthOf (kindRsr, 4, 8), 145.0f);
     EXPECT_TRUE (std::isnan (A::azimuthOf (kindLts, 4, 8)));
@@ -164,38 +161,28 @@ TEST (AnalysisPosition, LoudspeakerAzimuthsPerLayout)
     EXPECT_TRUE (std::isnan (A::azimuthOf (kindLsr, 14, 8)));
 }
 
-TEST (AnalysisPosition, ASignalOnlyInLsSitsAtLsInEveryBand)
+TEST (AnalysisPosition, ASignalSitsAtItsSpeakersInEveryBand)
 {
     // Routing 1 (L R C LFE Ls Rs ...) has Ls at position 4; routing 0 (L C R Ls Rs LFE ...)
-    // at 3; routing 4 is 7.1, where Ls is the side speaker at 100 degrees.
+    // at 3; routing 4 is 7.1, where Ls is the side speaker at 100 degrees. The same noise in L
+    // and R is a phantom centre, spread by the pair's angle.
     struct Case
     {
-        int routing, numOutputs, lsPosition;
-        double azimuth;
+        int routing, numOutputs;
+        std::vector<int> loudPositions;
+        double azimuth, spread;
     };
-    for (const auto& c : { Case { 1, 6, 4, -110.0 }, Case { 0, 6, 3, -110.0 }, Case { 4, 8, 4, -100.0 } })
+    const double phantomSpread = 1.0 - std::cos (juce::degreesToRadians (30.0));
+    for (const auto& c : { Case { 1, 6, { 4 }, -110.0, 0.0 }, Case { 0, 6, { 3 }, -110.0, 0.0 }, Case { 4, 8, { 4 }, -100.0, 0.0 },
+                           Case { 1, 6, { 0 }, -30.0, 0.0 }, Case { 1, 6, { 0, 1 }, 0.0, phantomSpread } })
     {
-        const auto bands = positionsOf (c.routing, c.numOutputs, { c.lsPosition });
+        const auto bands = positionsOf (c.routing, c.numOutputs, c.loudPositions);
         ASSERT_FALSE (bands.empty());
         for (size_t b = 0; b < bands.size(); ++b)
         {
             ASSERT_GT (bands[b].energy, 0.0) << "band " << b;
             EXPECT_NEAR (bands[b].azimuthDegrees(), c.azimuth, 1.0e-6) << "routing " << c.routing << ", band " << b;
-            EXPECT_NEAR (bands[b].spread(), 0.0, 1.0e-9);
+            EXPECT_NEAR (bands[b].spread(), c.spread, 1.0e-6) << "routing " << c.routing << ", band " << b;
         }
-    }
-}
-
-TEST (AnalysisPosition, ASignalSharedByLAndRSitsInFront)
-{
-    // Routing 1: L at 0, R at 1. The same noise in both is a phantom centre.
-    const auto left = positionsOf (1, 6, { 0 });
-    const auto both = positionsOf (1, 6, { 0, 1 });
-    ASSERT_EQ (left.size(), both.size());
-    for (size_t b = 0; b < both.size(); ++b)
-    {
-        EXPECT_NEAR (left[b].azimuthDegrees(), -30.0, 1.0e-6) << b;
-        EXPECT_NEAR (both[b].azimuthDegrees(), 0.0, 1.0e-6) << b;
-        EXPECT_NEAR (both[b].spread(), 1.0 - std::cos (juce::degreesToRadians (30.0)), 1.0e-6) << b;
     }
 }

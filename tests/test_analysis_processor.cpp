@@ -1,5 +1,5 @@
 // The observers as the real processor feeds them:
-// - the four rows of twelve level meters, named by row and index, each measuring its index;
+// - the four rows of twelve level meters, each measuring its index;
 // - the source meters see the host input after the input trims; PanelIO resets them;
 // - each upmix meter reads the peak of its output channel, the downmix meters that of the
 //   downmix (heard through Listen Downmix);
@@ -35,34 +35,16 @@ namespace
         return peak < 1.0e-10f ? -1.0e10 : 20.0 * std::log10 (peak);
     }
 
-    /** Runs one block and returns the host buffer after it. */
-    juce::AudioBuffer<float> runBlock (ProcessorHarness& h, const juce::AudioBuffer<float>& input)
-    {
-        juce::AudioBuffer<float> block (std::max (h.numInputs, h.numOutputs), input.getNumSamples());
-        block.clear();
-        for (int ch = 0; ch < input.getNumChannels(); ++ch)
-            block.copyFrom (ch, 0, input, ch, 0, input.getNumSamples());
-        juce::MidiBuffer midi;
-        h.processor->processBlock (block, midi);
-        return block;
-    }
-
     float trimValue (float db) { return (db + 70.0f) / 82.0f; }
 }
 
-TEST (AnalysisProcessor, FourRowsOfTwelveNamedMeters)
+TEST (AnalysisProcessor, FourRowsOfTwelveMeters)
 {
     ProcessorHarness h (2, 6);
     const auto& observers = h.processor->getObservers();
-    const char* rows[] = { "m_observerSourceLM[", "m_observerUpmixLM[", "m_observerDownmixLM[", "m_observerAmbisonicLM[" };
     for (int row = 0; row < UpmixerObservers::numRows; ++row)
         for (int i = 0; i < UpmixerObservers::metersPerRow; ++i)
-        {
-            const auto meter = observers.getLevelMeter ((UpmixerObservers::Row) row, i);
-            ASSERT_NE (meter, nullptr);
-            EXPECT_EQ (meter->getName(), rows[row] + juce::String (i) + "]");
-            EXPECT_EQ (meter->getSource(), i);
-        }
+            EXPECT_EQ (observers.getLevelMeter ((UpmixerObservers::Row) row, i)->getSource(), i) << row;
     EXPECT_EQ (observers.getLevelMeter (UpmixerObservers::rowSource, 12), nullptr);
 }
 
@@ -71,13 +53,13 @@ TEST (AnalysisProcessor, SourceMetersSeeTheTrimmedInputAndPanelIOResetsThem)
     ProcessorHarness h (2, 6);
     h.set (TrimSource0, trimValue (-6.0f));
     auto input = TestSignals::sine (2, 512, 1000.0, 48000.0, 0.5f);
-    runBlock (h, input);  // the trim ramps in over the first block
+    h.run (input);  // the trim ramps in over the first block
     auto left = h.processor->getObservers().getLevelMeter (UpmixerObservers::rowSource, 0);
     auto right = h.processor->getObservers().getLevelMeter (UpmixerObservers::rowSource, 1);
     left->getLevelDb();
     right->getLevelDb();
 
-    runBlock (h, input);
+    h.run (input);
     left->getLevelDb();
     right->getLevelDb();
     const double inputPeak = peakDb (input, 0);
@@ -99,11 +81,11 @@ TEST (AnalysisProcessor, UpmixAndDownmixMetersReadTheirChannels)
         const auto& observers = h.processor->getObservers();
         const auto noise = TestSignals::noise (2, 512, 4);
         for (int i = 0; i < 8; ++i)  // past the latency: the outputs carry sound
-            runBlock (h, noise);
+            h.run (noise);
 
         for (int ch = 0; ch < outputs; ++ch)
             observers.getLevelMeter (UpmixerObservers::rowUpmix, ch)->getLevelDb();
-        const auto out = runBlock (h, noise);
+        const auto out = h.run (noise);
         for (int ch = 0; ch < outputs; ++ch)
         {
             auto meter = observers.getLevelMeter (UpmixerObservers::rowUpmix, ch);
@@ -118,11 +100,11 @@ TEST (AnalysisProcessor, UpmixAndDownmixMetersReadTheirChannels)
     h.set (MonitorDownmix, 1.0f);
     const auto noise = TestSignals::noise (2, 512, 5);
     for (int i = 0; i < 8; ++i)
-        runBlock (h, noise);
+        h.run (noise);
     const auto& observers = h.processor->getObservers();
     for (int side = 0; side < 2; ++side)
         observers.getLevelMeter (UpmixerObservers::rowDownmix, side)->getLevelDb();
-    const auto out = runBlock (h, noise);
+    const auto out = h.run (noise);
     for (int side = 0; side < 2; ++side)
     {
         auto meter = observers.getLevelMeter (UpmixerObservers::rowDownmix, side);
@@ -267,13 +249,13 @@ TEST (AnalysisProcessor, ReadersRaceTheRunningProcessor)
     const auto noise = TestSignals::noise (2, 256, 10);
     for (int i = 0; i < 2000; ++i)
     {
-        runBlock (h, noise);
+        h.run (noise);
         if (i == 1000)
             h.set (PanelIO, 1.0f);
     }
     // Keep the audio side going until the reader has been round at least a few times.
     while (readings.load() < 5)
-        runBlock (h, noise);
+        h.run (noise);
     running = false;
     reader.join();
 

@@ -1,10 +1,11 @@
 // The spectra observers and their guard, fed frames directly or through a real FftFilter:
 // - the guard: shared holders overlap, an exclusive holder excludes everybody, a try gives up
 //   at once, a waiting holder gets the guard when the holder lets go, releases count right;
-// - the haze snapshot: a frame of the same size only copies, a frame of another FFT size
+// - the haze snapshot: zero until the first frame; a frame of the same size copies the
+//   channels it shares with the snapshot (fewer or more), a frame of another FFT size
 //   replaces the snapshot first (and a reader's old copy stays valid), clear() zeroes it, a
-//   frame arriving while the guard is held exclusively is skipped, a frame of fewer channels
-//   is not read past its end, and the filter callback forwards an analyser's frames;
+//   frame arriving while the guard is held exclusively is skipped, and the filter callback
+//   forwards an analyser's frames;
 // - the coherence snapshot: empty before the first frame, always exactly two channels (the
 //   frame's first two), re-made for a new FFT size, frames of one channel ignored.
 #include "analysis/ScopedObserverLock.h"
@@ -101,21 +102,6 @@ TEST (AnalysisGuard, AWaitingHolderGetsTheGuardWhenItIsLetGo)
 
 // Haze snapshot ---------------------------------------------------------------------------------------
 
-TEST (AnalysisHaze, SameSizeFramesCopyEveryChannel)
-{
-    SpatialHazeObserver haze (3);
-    SpectraSnapshot s;
-    ASSERT_TRUE (haze.readSnapshot (s));
-    EXPECT_EQ (s.numChannels, 3);
-    EXPECT_EQ (s.numBins, 129);  // an FFT size of 256
-    EXPECT_TRUE (isZero (s, 0));
-
-    haze.observeFreqData (frame (3, 256, 1.0));
-    haze.readSnapshot (s);
-    for (int c = 0; c < 3; ++c)
-        EXPECT_TRUE (holds (s, c, 1.0)) << c;
-}
-
 TEST (AnalysisHaze, ANewFftSizeReplacesTheSnapshotFirst)
 {
     SpatialHazeObserver haze (2);
@@ -179,12 +165,17 @@ TEST (AnalysisHaze, AFrameIsSkippedWhileTheGuardIsHeldExclusively)
     EXPECT_TRUE (holds (s, 0, 3.0));
 }
 
-TEST (AnalysisHaze, FramesOfFewerOrMoreChannelsCopyTheCommonOnes)
+TEST (AnalysisHaze, FramesOfTheSameSizeCopyTheCommonChannels)
 {
     SpatialHazeObserver haze (4);
+    SpectraSnapshot s;
+    ASSERT_TRUE (haze.readSnapshot (s));
+    EXPECT_EQ (s.numChannels, 4);
+    EXPECT_EQ (s.numBins, 129);  // an FFT size of 256
+    EXPECT_TRUE (isZero (s, 0));
+
     haze.observeFreqData (frame (4, 256, 1.0));
     haze.observeFreqData (frame (2, 256, 6.0));  // only two channels: 2 and 3 keep their values
-    SpectraSnapshot s;
     haze.readSnapshot (s);
     EXPECT_TRUE (holds (s, 0, 6.0));
     EXPECT_TRUE (holds (s, 1, 6.0));
@@ -194,7 +185,8 @@ TEST (AnalysisHaze, FramesOfFewerOrMoreChannelsCopyTheCommonOnes)
     haze.observeFreqData (frame (6, 256, 8.0));
     haze.readSnapshot (s);
     EXPECT_EQ (s.numChannels, 4);
-    EXPECT_TRUE (holds (s, 3, 8.0));
+    for (int c = 0; c < 4; ++c)
+        EXPECT_TRUE (holds (s, c, 8.0)) << c;
 
     haze.observeFreqData (nullptr);  // ignored
 }
@@ -209,7 +201,6 @@ TEST (AnalysisHaze, TheFilterCallBackForwardsAnAnalysersFrames)
     block.clear();
     for (int i = 0; i < 256; ++i)
         block.setSample (1, i, (float) std::sin (2.0 * juce::MathConstants<double>::pi * 16.0 * i / 256.0));
-    const juce::AudioBuffer<float> original (block);
     analyser->analyse (block);
 
     SpectraSnapshot s;
@@ -217,8 +208,6 @@ TEST (AnalysisHaze, TheFilterCallBackForwardsAnAnalysersFrames)
     EXPECT_TRUE (isZero (s, 0));
     EXPECT_NEAR (std::sqrt (s.energy (1, 16)), 128.0, 1.0e-3);  // unscaled FFT: N / 2
     EXPECT_LT (s.energy (1, 40), 1.0e-6);
-    for (int i = 0; i < 256; ++i)
-        ASSERT_EQ (block.getSample (1, i), original.getSample (1, i));  // analysis only
 
     SpatialHazeObserver_FilterCallBack empty (nullptr);
     empty.processFrame (frame (2, 256));  // no observer: nothing happens
