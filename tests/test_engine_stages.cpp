@@ -43,19 +43,33 @@ juce::AudioBuffer<float> centredTone (double f, float gain = 0.3f)
     return in;
 }
 
-juce::AudioBuffer<float> antiPhase (int seed)
+/** Noise in L, and in R times rightSign (1: centred, -1: anti-phase). */
+juce::AudioBuffer<float> noisePair (int seed, float rightSign)
 {
     auto in = byKind (length);
     noise (in.getWritePointer (kindL), length, seed);
     in.copyFrom (kindR, 0, in, kindL, 0, length);
-    in.applyGain (kindR, 0, length, -1.0f);
+    in.applyGain (kindR, 0, length, rightSign);
+    return in;
+}
+
+/** A low and a high tone (0.2 each) in L, and in R times rightSign. */
+juce::AudioBuffer<float> twoTones (double low, double high, float rightSign)
+{
+    auto in = byKind (length);
+    std::vector<float> highTone ((size_t) length);
+    sine (in.getWritePointer (kindL), length, low, fs, 0.2f);
+    sine (highTone.data(), length, high, fs, 0.2f);
+    juce::FloatVectorOperations::add (in.getWritePointer (kindL), highTone.data(), length);
+    in.copyFrom (kindR, 0, in, kindL, 0, length);
+    in.applyGain (kindR, 0, length, rightSign);
     return in;
 }
 }
 
 TEST (EngineDiffuse, FullDiffusionDecorrelatesTheSurrounds)
 {
-    const auto input = antiPhase (11);
+    const auto input = noisePair (11, -1.0f);
 
     EngineRig plain (1, 6);
     plain.set (Diffusion, 0.0f);
@@ -70,10 +84,7 @@ TEST (EngineDiffuse, FullDiffusionDecorrelatesTheSurrounds)
 
 TEST (EngineDiffuse, CentredSourceMakesNoDiffuseSound)
 {
-    auto input = byKind (length);
-    noise (input.getWritePointer (kindL), length, 12);
-    input.copyFrom (kindR, 0, input, kindL, 0, length);
-
+    const auto input = noisePair (12, 1.0f);
     EngineRig rig (4, 8);
     rig.set (Diffusion, 1.0f);
     const auto out = rig.run (input);
@@ -114,16 +125,7 @@ TEST (EngineDiffuse, WidthChangeDuringPlaybackDoesNotClick)
 
 TEST (EngineDiffuse, SurroundShelfLiftsOnlyAboveItsCorner)
 {
-    auto input = byKind (length);
-    std::vector<float> low ((size_t) length), high ((size_t) length);
-    sine (low.data(), length, 100.0, fs, 0.2f);
-    sine (high.data(), length, 12000.0, fs, 0.2f);
-    for (int i = 0; i < length; ++i)
-    {
-        input.setSample (kindL, i, low[(size_t) i] + high[(size_t) i]);
-        input.setSample (kindR, i, -low[(size_t) i] - high[(size_t) i]);
-    }
-
+    const auto input = twoTones (100.0, 12000.0, -1.0f);
     auto run = [&] (float enable) {
         EngineRig rig (1, 6);
         rig.set (Diffusion, 0.0f);
@@ -137,29 +139,20 @@ TEST (EngineDiffuse, SurroundShelfLiftsOnlyAboveItsCorner)
     EXPECT_NEAR (relativeDb (toneLevel (shelved, kindLs, 100.0), toneLevel (flat, kindLs, 100.0)), 0.0, 0.5);
 }
 
-TEST (EngineLfe, CarriesTheLowBandOnly)
+TEST (EngineLfe, CarriesTheLowBandOnlyWithAGainSpanning55dB)
 {
-    // Crossover 50 Hz (LfeFreq at ln (5) / ln (20)); LFE gain 0 dB.
+    // Crossover 50 Hz (LfeFreq at ln (5) / ln (20)); LfeGain 45 / 55 is 0 dB.
     const float crossover = (float) (std::log (5.0) / std::log (20.0));
-    auto lfeLevel = [&] (double f) {
+    auto lfeLevel = [&] (double f, float gain) {
         EngineRig rig (1, 6);
         rig.set (LfeFreq, crossover);
-        rig.set (LfeGain, 45.0f / 55.0f);
+        rig.set (LfeGain, gain);
         return toneLevel (rig.run (centredTone (f)), kindLfe, f);
     };
-    const double below = lfeLevel (12.5), above = lfeLevel (200.0);
+    const double below = lfeLevel (12.5, 45.0f / 55.0f), above = lfeLevel (200.0, 45.0f / 55.0f);
     EXPECT_GT (below, 0.1);
     EXPECT_LT (relativeDb (above, below), -20.0);  // second order: -24 dB two octaves up
-}
-
-TEST (EngineLfe, GainSpans55dB)
-{
-    auto level = [&] (float gain) {
-        EngineRig rig (1, 6);
-        rig.set (LfeGain, gain);
-        return toneLevel (rig.run (centredTone (30.0)), kindLfe, 30.0);
-    };
-    EXPECT_NEAR (relativeDb (level (1.0f), level (0.0f)), 55.0, 0.1);
+    EXPECT_NEAR (relativeDb (lfeLevel (12.5, 1.0f), lfeLevel (12.5, 0.0f)), 55.0, 0.1);
 }
 
 TEST (EngineLfe, SplitMovesOrCopiesTheLowBand)
@@ -180,14 +173,7 @@ TEST (EngineLfe, SplitMovesOrCopiesTheLowBand)
 
 TEST (EngineLowCentreDivergence, MovesTheCentresLowBandToTheFronts)
 {
-    auto input = byKind (length);
-    std::vector<float> low ((size_t) length), high ((size_t) length);
-    sine (low.data(), length, 20.0, fs, 0.2f);
-    sine (high.data(), length, 5000.0, fs, 0.2f);
-    for (int i = 0; i < length; ++i)
-        input.setSample (kindL, i, low[(size_t) i] + high[(size_t) i]);
-    input.copyFrom (kindR, 0, input, kindL, 0, length);
-
+    const auto input = twoTones (20.0, 5000.0, 1.0f);
     auto run = [&] (float enable, float amount, float monitor) {
         EngineRig rig (1, 6);
         rig.set (Divergence, 0.0f);
@@ -235,9 +221,7 @@ TEST (EngineOverheads, SilentWithBothPhaseControlsAtZero)
 
 TEST (EngineOverheads, OnPhaseAtOneLiftsAllInPhaseContent)
 {
-    auto input = byKind (length);
-    noise (input.getWritePointer (kindL), length, 23);
-    input.copyFrom (kindR, 0, input, kindL, 0, length);
+    const auto input = noisePair (23, 1.0f);
     const double in = rms (input, kindL, settled);
 
     auto run = [&] (float excludeC) {
