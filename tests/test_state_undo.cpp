@@ -1,8 +1,8 @@
 // Undo, redo and A/B.
 // Cases:
-//  - coalescing: 0.5 -> 0.2 -> 0.7 of one parameter is one action from 0.5 to 0.7; a change
-//    to the same new value or of another parameter is not merged; two changes of different
-//    parameters are two undo steps;
+//  - coalescing: 0.5 -> 0.2 -> 0.7 of one parameter in a gesture is one action from 0.5 to
+//    0.7; a change to the same new value or of another parameter is not merged; two changes of
+//    different parameters outside a gesture are two undo steps;
 //  - a simulated mouse drag (a gesture of many changes) is one undo step, driven through the
 //    transient Undo and Redo controls, which return to rest;
 //  - an action whose processor has gone, or of an unknown kind, fails and changes nothing;
@@ -41,22 +41,6 @@ namespace
     }
 }
 
-TEST (Undo, CoalescingMergesOneParameterOnly)
-{
-    UpmixerProcessor p;
-    KaJuceUndoableAction first (&p, Divergence, 0.5f, 0.2f, 1), second (&p, Divergence, 0.2f, 0.7f, 1);
-    std::unique_ptr<juce::UndoableAction> merged (first.createCoalescedAction (&second));
-    auto* action = dynamic_cast<KaJuceUndoableAction*> (merged.get());
-    ASSERT_NE (action, nullptr);
-    EXPECT_EQ (action->getParameter(), (juce::uint32) Divergence);
-    EXPECT_EQ (action->getOldValue(), 0.5f);
-    EXPECT_EQ (action->getNewValue(), 0.7f);
-
-    KaJuceUndoableAction same (&p, Divergence, 0.2f, 0.2f, 1), other (&p, FadeFS, 0.2f, 0.7f, 1);
-    EXPECT_EQ (first.createCoalescedAction (&same), nullptr);
-    EXPECT_EQ (first.createCoalescedAction (&other), nullptr);
-}
-
 TEST (Undo, SameParameterTwiceIsOneStepOthersAreTwo)
 {
     UpmixerProcessor p;
@@ -80,6 +64,12 @@ TEST (Undo, SameParameterTwiceIsOneStepOthersAreTwo)
     p.undo();
     EXPECT_EQ (p.getParameterValue (FadeFS), p.getParameterTable().getDefault (FadeFS));
     EXPECT_EQ (p.getParameterValue (Divergence), 0.7f);
+
+    // Within one gesture, neither a change to the value the last one already set nor a change
+    // of another parameter is merged into it.
+    KaJuceUndoableAction last (&p, Divergence, 0.5f, 0.2f, 1), same (&p, Divergence, 0.2f, 0.2f, 1), other (&p, FadeFS, 0.2f, 0.7f, 1);
+    EXPECT_EQ (last.createCoalescedAction (&same), nullptr);
+    EXPECT_EQ (last.createCoalescedAction (&other), nullptr);
 }
 
 TEST (Undo, SimulatedDragsThroughTheUndoAndRedoControls)

@@ -29,6 +29,13 @@ namespace StateTestSupport
         return values;
     }
 
+    KaParameterTable makeTable()
+    {
+        KaParameterTable table;
+        table.registerParameters (UpmixerParam::createParameterInfos());
+        return table;
+    }
+
     void setAll (KaJuceProcessorBase& processor, const std::vector<float>& values)
     {
         for (int n = 0; n < (int) values.size(); ++n)
@@ -64,9 +71,7 @@ namespace StateTestSupport
 
     DefaultPresetGuard::~DefaultPresetGuard()
     {
-        KaParameterTable table;
-        table.registerParameters (UpmixerParam::createParameterInfos());
-        KaDefaultPreset::clear (KaSettingsStore::getInstance(), table);
+        KaDefaultPreset::clear (KaSettingsStore::getInstance(), makeTable());
     }
 
     ScopedPresetFolder::ScopedPresetFolder (const juce::String& diskName)

@@ -14,6 +14,9 @@ namespace StateTestSupport
         that loading maps nothing. */
     std::vector<float> awkwardValues (const KaParameterTable& table, int seed);
 
+    /** A parameter table of the plug-in's parameters at their defaults, with no processor. */
+    KaParameterTable makeTable();
+
     /** Sets every host parameter as the editor would, not recorded for undo. */
     void setAll (KaJuceProcessorBase& processor, const std::vector<float>& values);
 
