@@ -75,42 +75,36 @@ TEST (AnalysisProcessor, SourceMetersSeeTheTrimmedInputAndPanelIOResetsThem)
 
 TEST (AnalysisProcessor, UpmixAndDownmixMetersReadTheirChannels)
 {
+    // Past the latency (the outputs carry sound), meters 0 .. count - 1 of the row read the peaks
+    // of the next block's first count outputs.
+    auto expectMetersReadTheOutputs = [] (ProcessorHarness& h, UpmixerObservers::Row row, int count, int seed)
+    {
+        const auto& observers = h.processor->getObservers();
+        const auto noise = TestSignals::noise (2, 512, seed);
+        for (int i = 0; i < 8; ++i)
+            h.run (noise);
+        for (int ch = 0; ch < count; ++ch)
+            observers.getLevelMeter (row, ch)->getLevelDb();
+        const auto out = h.run (noise);
+        for (int ch = 0; ch < count; ++ch)
+        {
+            auto meter = observers.getLevelMeter (row, ch);
+            meter->getLevelDb();
+            EXPECT_NEAR (meter->getLastPeakDb(), peakDb (out, ch), 1.0e-3) << h.numOutputs << " outputs, row " << row << ", channel " << ch;
+        }
+        EXPECT_GT (observers.getLevelMeter (row, 0)->getLastPeakDb(), -40.0f);
+    };
+
     for (int outputs : { 6, 12 })
     {
         ProcessorHarness h (2, outputs);
-        const auto& observers = h.processor->getObservers();
-        const auto noise = TestSignals::noise (2, 512, 4);
-        for (int i = 0; i < 8; ++i)  // past the latency: the outputs carry sound
-            h.run (noise);
-
-        for (int ch = 0; ch < outputs; ++ch)
-            observers.getLevelMeter (UpmixerObservers::rowUpmix, ch)->getLevelDb();
-        const auto out = h.run (noise);
-        for (int ch = 0; ch < outputs; ++ch)
-        {
-            auto meter = observers.getLevelMeter (UpmixerObservers::rowUpmix, ch);
-            meter->getLevelDb();
-            EXPECT_NEAR (meter->getLastPeakDb(), peakDb (out, ch), 1.0e-3) << outputs << " outputs, channel " << ch;
-        }
-        EXPECT_GT (observers.getLevelMeter (UpmixerObservers::rowUpmix, 0)->getLastPeakDb(), -40.0f);
+        expectMetersReadTheOutputs (h, UpmixerObservers::rowUpmix, outputs, 4);
     }
 
     // Listen Downmix plays the downmix on the first two outputs.
     ProcessorHarness h (2, 8);
     h.set (MonitorDownmix, 1.0f);
-    const auto noise = TestSignals::noise (2, 512, 5);
-    for (int i = 0; i < 8; ++i)
-        h.run (noise);
-    const auto& observers = h.processor->getObservers();
-    for (int side = 0; side < 2; ++side)
-        observers.getLevelMeter (UpmixerObservers::rowDownmix, side)->getLevelDb();
-    const auto out = h.run (noise);
-    for (int side = 0; side < 2; ++side)
-    {
-        auto meter = observers.getLevelMeter (UpmixerObservers::rowDownmix, side);
-        meter->getLevelDb();
-        EXPECT_NEAR (meter->getLastPeakDb(), peakDb (out, side), 1.0e-3) << side;
-    }
+    expectMetersReadTheOutputs (h, UpmixerObservers::rowDownmix, 2, 5);
 }
 
 TEST (AnalysisProcessor, NineOrSixteenPairCorrelationsAndTheirReadings)

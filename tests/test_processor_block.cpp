@@ -158,12 +158,10 @@ TEST (ProcessorBlock, CrossfadeTakesTenMillisecondsAndFollowsTheCurve)
     for (double rate : { 44100.0, 96000.0 })
     {
         // Fade from a silent upmix to a constant source: the output is the fade-in gain.
-        juce::AudioBuffer<float> ones (2, 64), zeros (2, 64), downmix (2, 64);
-        ones.clear();
+        juce::AudioBuffer<float> ones (2, 64), zeros (2, 64);
+        zeros.clear();
         for (int ch = 0; ch < 2; ++ch)
             juce::FloatVectorOperations::fill (ones.getWritePointer (ch), 1.0f, 64);
-        zeros.clear();
-        downmix.clear();
 
         UpmixerMonitor m;
         UpmixerMonitor::Signals s;
@@ -171,7 +169,7 @@ TEST (ProcessorBlock, CrossfadeTakesTenMillisecondsAndFollowsTheCurve)
         s.numUpmix = 2;
         s.source = ones.getArrayOfReadPointers();
         s.numSource = 2;
-        s.downmix = s.delta = downmix.getArrayOfReadPointers();
+        s.downmix = s.delta = zeros.getArrayOfReadPointers();
         s.routing = 1;
 
         juce::AudioBuffer<float> out (2, 64);
