@@ -86,6 +86,29 @@ namespace
     }
 
     double toDb (double x) { return x > 1.0e-10 ? 20.0 * std::log10 (x) : -200.0; }
+
+    /** Adds a run of samples to a channel's peak and sum of squares. The sums run in four
+        independent lanes held in registers: one running total, stored back each sample, made
+        this loop cost as much as a tenth of a render. */
+    void accumulateStats (const float* data, int count, double& peak, double& sumSquares)
+    {
+        double lane[4] = {};
+        float top = 0.0f;
+        int s = 0;
+        for (; s + 4 <= count; s += 4)
+            for (int k = 0; k < 4; ++k)
+            {
+                lane[k] += (double) data[s + k] * data[s + k];
+                top = std::max (top, std::abs (data[s + k]));
+            }
+        for (; s < count; ++s)
+        {
+            lane[0] += (double) data[s] * data[s];
+            top = std::max (top, std::abs (data[s]));
+        }
+        peak = std::max (peak, (double) top);
+        sumSquares += (lane[0] + lane[1]) + (lane[2] + lane[3]);
+    }
 }
 
 juce::StringArray UpmixRenderer::layoutNames()
@@ -236,12 +259,7 @@ UpmixRenderer::Result UpmixRenderer::render (const Options& options)
                 fileBlock.copyFrom (i, 0, buffer, from, skip, count);
             else
                 fileBlock.clear (i, 0, count);
-            const float* data = fileBlock.getReadPointer (i);
-            for (int s = 0; s < count; ++s)
-            {
-                peak[(size_t) i] = std::max (peak[(size_t) i], (double) std::abs (data[s]));
-                sumSquares[(size_t) i] += (double) data[s] * data[s];
-            }
+            accumulateStats (fileBlock.getReadPointer (i), count, peak[(size_t) i], sumSquares[(size_t) i]);
         }
         if (! writer->writeFromAudioSampleBuffer (fileBlock, 0, count))
             return result.error = "writing '" + options.output.getFullPathName() + "' failed (disk full?)", result;
