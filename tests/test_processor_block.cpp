@@ -5,12 +5,15 @@
 // - the Listen table's priority and the 10 ms crossfade's curve and length at 44.1 and 96 kHz;
 // - hosts with more than 12 channels keep their extra channels untouched;
 // - block sizes 0..8192, rates 22.05..192 kHz and NaN/Inf input never crash or leak non-finite
-//   samples, and the block path does not allocate after the first block of a size.
+//   samples, and the block path does not allocate after the first block of a size (neither
+//   operator new nor C's malloc family, which the counter is shown to see).
 #include "processor/UpmixerParameters.h"
 #include "support/AllocationCounter.h"
 #include "support/ProcessorHarness.h"
 
 #include <gtest/gtest.h>
+
+#include <cstdlib>
 
 using namespace UpmixerParam;
 
@@ -240,6 +243,16 @@ TEST (ProcessorBlock, AnyBlockSizeRateAndBadInput)
 
 TEST (ProcessorBlock, NoAllocationAfterTheFirstBlockOfASize)
 {
+    {
+        // The counter sees C's allocations (JUCE's buffers use them), not only operator new.
+        void* (*volatile cMalloc) (std::size_t) = std::malloc;  // called as written, never elided
+        AllocationCounter::ScopedAllocationCheck check;
+        void* memory = cMalloc (64);
+        const auto counted = check.allocations();
+        std::free (memory);
+        EXPECT_EQ (counted, 1u);
+    }
+
     for (int outputs : { 6, 8, 10, 12 })
     {
         ProcessorHarness h (2, outputs, 48000.0, 512);

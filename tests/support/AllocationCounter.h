@@ -3,7 +3,8 @@
 #include <cstddef>
 
 /** Counts heap allocations made by the current thread while a ScopedAllocationCheck is alive.
-    The test runner replaces the global operator new to feed it. */
+    The test runner replaces the global operator new and C's malloc, calloc, realloc and the
+    aligned allocators to feed it. */
 namespace AllocationCounter
 {
     std::size_t count() noexcept;
