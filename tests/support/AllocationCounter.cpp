@@ -4,51 +4,98 @@
 #include <cstdlib>
 #include <new>
 
-namespace
-{
-    thread_local bool counting = false;
-    thread_local std::size_t allocationCount = 0;
+// The test program's own code lies between these two linker-defined symbols.
+extern "C" const char __executable_start;
+extern "C" const char etext;
 
-    inline void note() noexcept
-    {
-        if (counting)
-            ++allocationCount;
-    }
-
-    void* allocate (std::size_t size)
-    {
-        if (void* p = std::malloc (size == 0 ? 1 : size))
-            return p;
-        throw std::bad_alloc();
-    }
-
-    void* allocateAligned (std::size_t size, std::align_val_t alignment)
-    {
-        const auto a = static_cast<std::size_t> (alignment);
-        if (void* p = std::aligned_alloc (a, (size + a - 1) / a * a))
-            return p;
-        throw std::bad_alloc();
-    }
-}
-
-// C's allocation functions too, not only C++'s: JUCE's buffers and FFTW's plans and arrays take
-// their memory from malloc and its kin. The test program's definitions replace the C library's
-// for every library it loads, and hand on to glibc's own entry points; free stays glibc's.
 extern "C"
 {
     void* __libc_malloc (std::size_t);
     void* __libc_calloc (std::size_t, std::size_t);
     void* __libc_realloc (void*, std::size_t);
     void* __libc_memalign (std::size_t, std::size_t);
+}
 
-    void* malloc (std::size_t size) { note(); return __libc_malloc (size); }
-    void* calloc (std::size_t count, std::size_t size) { note(); return __libc_calloc (count, size); }
-    void* realloc (void* p, std::size_t size) { note(); return __libc_realloc (p, size); }
-    void* memalign (std::size_t alignment, std::size_t size) { note(); return __libc_memalign (alignment, size); }
-    void* aligned_alloc (std::size_t alignment, std::size_t size) { note(); return __libc_memalign (alignment, size); }
+namespace
+{
+    thread_local bool counting = false;
+    thread_local bool outsideOnly = false;
+    thread_local std::size_t allocationCount = 0;
+
+    /** caller: the return address of the allocation call, i.e. the code that asked for memory. */
+    inline void note (const void* caller) noexcept
+    {
+        if (! counting)
+            return;
+        const auto* address = static_cast<const char*> (caller);
+        if (outsideOnly && address >= &__executable_start && address < &etext)
+            return;
+        ++allocationCount;
+    }
+
+    void* allocate (std::size_t size, const void* caller)
+    {
+        note (caller);
+        if (void* p = __libc_malloc (size == 0 ? 1 : size))
+            return p;
+        throw std::bad_alloc();
+    }
+
+    void* allocateAligned (std::size_t size, std::align_val_t alignment, const void* caller)
+    {
+        note (caller);
+        const auto a = static_cast<std::size_t> (alignment);
+        if (void* p = __libc_memalign (a, (size + a - 1) / a * a))
+            return p;
+        throw std::bad_alloc();
+    }
+
+    void* allocateNoThrow (std::size_t size, const void* caller) noexcept
+    {
+        note (caller);
+        return __libc_malloc (size == 0 ? 1 : size);
+    }
+}
+
+// C's allocation functions too, not only C++'s: JUCE's buffers and FFTW's plans and arrays take
+// their memory from malloc and its kin. The test program's definitions replace the C library's
+// for every library it loads, and hand on to glibc's own entry points; free stays glibc's.
+// Each notes its own caller, so operator new goes to glibc directly, not through malloc.
+extern "C"
+{
+    void* malloc (std::size_t size)
+    {
+        note (__builtin_return_address (0));
+        return __libc_malloc (size);
+    }
+
+    void* calloc (std::size_t count, std::size_t size)
+    {
+        note (__builtin_return_address (0));
+        return __libc_calloc (count, size);
+    }
+
+    void* realloc (void* p, std::size_t size)
+    {
+        note (__builtin_return_address (0));
+        return __libc_realloc (p, size);
+    }
+
+    void* memalign (std::size_t alignment, std::size_t size)
+    {
+        note (__builtin_return_address (0));
+        return __libc_memalign (alignment, size);
+    }
+
+    void* aligned_alloc (std::size_t alignment, std::size_t size)
+    {
+        note (__builtin_return_address (0));
+        return __libc_memalign (alignment, size);
+    }
+
     int posix_memalign (void** out, std::size_t alignment, std::size_t size)
     {
-        note();
+        note (__builtin_return_address (0));
         if (void* p = __libc_memalign (alignment, size))
         {
             *out = p;
@@ -58,12 +105,12 @@ extern "C"
     }
 }
 
-void* operator new (std::size_t size) { return allocate (size); }
-void* operator new[] (std::size_t size) { return allocate (size); }
-void* operator new (std::size_t size, const std::nothrow_t&) noexcept { try { return allocate (size); } catch (...) { return nullptr; } }
-void* operator new[] (std::size_t size, const std::nothrow_t&) noexcept { try { return allocate (size); } catch (...) { return nullptr; } }
-void* operator new (std::size_t size, std::align_val_t a) { return allocateAligned (size, a); }
-void* operator new[] (std::size_t size, std::align_val_t a) { return allocateAligned (size, a); }
+void* operator new (std::size_t size) { return allocate (size, __builtin_return_address (0)); }
+void* operator new[] (std::size_t size) { return allocate (size, __builtin_return_address (0)); }
+void* operator new (std::size_t size, const std::nothrow_t&) noexcept { return allocateNoThrow (size, __builtin_return_address (0)); }
+void* operator new[] (std::size_t size, const std::nothrow_t&) noexcept { return allocateNoThrow (size, __builtin_return_address (0)); }
+void* operator new (std::size_t size, std::align_val_t a) { return allocateAligned (size, a, __builtin_return_address (0)); }
+void* operator new[] (std::size_t size, std::align_val_t a) { return allocateAligned (size, a, __builtin_return_address (0)); }
 void operator delete (void* p) noexcept { std::free (p); }
 void operator delete[] (void* p) noexcept { std::free (p); }
 void operator delete (void* p, std::size_t) noexcept { std::free (p); }
@@ -77,7 +124,17 @@ namespace AllocationCounter
 {
     std::size_t count() noexcept { return allocationCount; }
 
-    ScopedAllocationCheck::ScopedAllocationCheck() noexcept : start (allocationCount) { counting = true; }
-    ScopedAllocationCheck::~ScopedAllocationCheck() noexcept { counting = false; }
+    ScopedAllocationCheck::ScopedAllocationCheck (Callers callers) noexcept : start (allocationCount)
+    {
+        outsideOnly = callers == Callers::outsideThisProgram;
+        counting = true;
+    }
+
+    ScopedAllocationCheck::~ScopedAllocationCheck() noexcept
+    {
+        counting = false;
+        outsideOnly = false;
+    }
+
     std::size_t ScopedAllocationCheck::allocations() const noexcept { return allocationCount - start; }
 }
