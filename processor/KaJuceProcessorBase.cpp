@@ -65,14 +65,16 @@ juce::String KaJuceProcessorBase::pluginTypeWordFor (int typeNumber)
 
 int KaJuceProcessorBase::pluginTypeNumberFor (juce::AudioProcessor::WrapperType type)
 {
-    switch (type)
-    {
-        case wrapperType_VST: return 1;
-        case wrapperType_AudioUnit: return 2;
-        case wrapperType_AAX: return 4;
-        case wrapperType_VST3: return 7;
-        default: return 0;
-    }
+    // The wrappers without a number of their own (LV2, Standalone, Unity, AUv3) count as 0.
+    if (type == wrapperType_VST)
+        return 1;
+    if (type == wrapperType_AudioUnit)
+        return 2;
+    if (type == wrapperType_AAX)
+        return 4;
+    if (type == wrapperType_VST3)
+        return 7;
+    return 0;
 }
 
 juce::String KaJuceProcessorBase::buildLine (const juce::String& typeWord, const juce::String& path)

@@ -84,16 +84,16 @@ std::optional<float> KaParameterInfo::textToValue (const juce::String& rawText) 
                 return KaParameterTable::valueOfChoice (i);
 
     const auto lower = text.toLowerCase();
-    const auto number = lower.retainCharacters ("0123456789.-+e");
-    if (number.isEmpty() || ! number.containsAnyOf ("0123456789"))
+    const auto digits = lower.retainCharacters ("0123456789.-+e");
+    if (digits.isEmpty() || ! digits.containsAnyOf ("0123456789"))
         return std::nullopt;
     const auto unit = lower.substring (lower.indexOfAnyOf ("abcdfghijklmnopqrstuvwxyz%")).trim();
     const bool numericOnly = lower.indexOfAnyOf ("abcdfghijklmnopqrstuvwxyz%") < 0;
-    const float x = number.getFloatValue();
+    const float x = digits.getFloatValue();
 
     if (numericOnly)
     {
-        // A bare number is the normalised value, except for a choice, where it is the choice number.
+        // A bare digits is the normalised value, except for a choice, where it is the choice digits.
         if (kind == KaParamKind::choice)
             return fromUnit (x);
         if (x < 0.0f || x > 1.0f)
