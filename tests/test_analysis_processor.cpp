@@ -6,7 +6,8 @@
 // - nine pair correlation meters are fed below 9 outputs, sixteen from 10 on;
 // - the haze analysers see the upmix in kind order and the stereo signals; the coherence
 //   observer keeps the source pair; a hard-left source stays on the left of the field;
-// - feeding allocates nothing once prepared, whatever block sizes up to the prepared one;
+// - feeding allocates nothing and waits on no lock once prepared, whatever block sizes up to
+//   the prepared one;
 // - a second thread reads every observer without pause while the processor runs. Run this one
 //   under ThreadSanitizer too (a separate build; the normal build only checks the readings):
 //     flock /tmp/orrin-build.lock cmake -S . -B build-tsan -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DORRIN_TSAN=ON
@@ -195,6 +196,7 @@ TEST (AnalysisProcessor, FeedingAllocatesNothingOncePrepared)
         observers.feedOutputs (s, size);
     }
     EXPECT_EQ (check.allocations(), 0u);
+    EXPECT_EQ (check.blockingLocks(), 0u);  // the observers take their guards with try-locks only
 }
 
 TEST (AnalysisProcessor, ReadersRaceTheRunningProcessor)

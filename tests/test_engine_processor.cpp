@@ -7,8 +7,9 @@
 //    output for every block split as for 480-sample blocks at the same rate;
 //  - the engine registers its timing items (4 to 12) and stamps the enabled ones with the
 //    block's duration;
-//  - the engine allocates nothing after prepare, not even in its first block, for any block
-//    size (longer blocks than its stages take at once too), with every stage running.
+//  - the engine allocates nothing and waits on no lock after prepare, not even in its first
+//    block, for any block size (longer blocks than its stages take at once too), with every
+//    stage running.
 #include "processor/UpmixerParameters.h"
 #include "support/AllocationCounter.h"
 #include "support/EngineTestRig.h"
@@ -150,5 +151,6 @@ TEST (EngineFrame, AllocatesNothingAfterPrepare)
         for (int size : { 1, 64, 480, 4096, 20000, 333 })
             rig.engine->process (block.getArrayOfWritePointers(), 12, size);
         EXPECT_EQ (check.allocations(), 0u) << inputs << " inputs";
+        EXPECT_EQ (check.blockingLocks(), 0u) << inputs << " inputs";
     }
 }

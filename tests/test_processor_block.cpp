@@ -5,8 +5,8 @@
 // - the Listen table's priority and the 10 ms crossfade's curve and length at 44.1 and 96 kHz;
 // - hosts with more than 12 channels keep their extra channels untouched;
 // - block sizes 0..8192, rates 22.05..192 kHz and NaN/Inf input never crash or leak non-finite
-//   samples, and the block path does not allocate after the first block of a size (neither
-//   operator new nor C's malloc family, which the counter is shown to see).
+//   samples, and the block path neither allocates after the first block of a size (operator new
+//   or C's malloc family) nor waits on a lock (the counter is shown to see both).
 #include "processor/UpmixerParameters.h"
 #include "support/AllocationCounter.h"
 #include "support/ProcessorHarness.h"
@@ -251,6 +251,12 @@ TEST (ProcessorBlock, NoAllocationAfterTheFirstBlockOfASize)
         const auto counted = check.allocations();
         std::free (memory);
         EXPECT_EQ (counted, 1u);
+        {
+            const juce::CriticalSection section;
+            const juce::ScopedLock held (section);
+            const juce::ScopedTryLock tried (section);  // a try-lock is allowed, so not counted
+        }
+        EXPECT_EQ (check.blockingLocks(), 1u);
     }
 
     for (int outputs : { 6, 8, 10, 12 })
@@ -273,5 +279,6 @@ TEST (ProcessorBlock, NoAllocationAfterTheFirstBlockOfASize)
             h.processor->processBlock (block, midi);
         }
         EXPECT_EQ (check.allocations(), 0u) << outputs << " outputs";
+        EXPECT_EQ (check.blockingLocks(), 0u) << outputs << " outputs";
     }
 }

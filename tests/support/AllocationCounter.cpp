@@ -1,5 +1,7 @@
 #include "support/AllocationCounter.h"
 
+#include <pthread.h>
+
 #include <cerrno>
 #include <cstdlib>
 #include <new>
@@ -14,13 +16,22 @@ extern "C"
     void* __libc_calloc (std::size_t, std::size_t);
     void* __libc_realloc (void*, std::size_t);
     void* __libc_memalign (std::size_t, std::size_t);
+    // glibc's lock entry points under their internal names, which it exports only as versioned
+    // (not default) symbols: bound here by version.
+    int glibcMutexLock (pthread_mutex_t*);
+    int glibcReadLock (pthread_rwlock_t*);
+    int glibcWriteLock (pthread_rwlock_t*);
 }
+__asm__ (".symver glibcMutexLock, __pthread_mutex_lock@GLIBC_2.2.5");
+__asm__ (".symver glibcReadLock, __pthread_rwlock_rdlock@GLIBC_2.2.5");
+__asm__ (".symver glibcWriteLock, __pthread_rwlock_wrlock@GLIBC_2.2.5");
 
 namespace
 {
     thread_local bool counting = false;
     thread_local bool outsideOnly = false;
     thread_local std::size_t allocationCount = 0;
+    thread_local std::size_t lockCount = 0;
 
     /** caller: the return address of the allocation call, i.e. the code that asked for memory. */
     inline void note (const void* caller) noexcept
@@ -105,6 +116,31 @@ extern "C"
     }
 }
 
+// Blocking lock calls, counted on the same terms, handed on to glibc's own entry points.
+extern "C"
+{
+    int pthread_mutex_lock (pthread_mutex_t* mutex)
+    {
+        if (counting)
+            ++lockCount;
+        return glibcMutexLock (mutex);
+    }
+
+    int pthread_rwlock_rdlock (pthread_rwlock_t* lock)
+    {
+        if (counting)
+            ++lockCount;
+        return glibcReadLock (lock);
+    }
+
+    int pthread_rwlock_wrlock (pthread_rwlock_t* lock)
+    {
+        if (counting)
+            ++lockCount;
+        return glibcWriteLock (lock);
+    }
+}
+
 void* operator new (std::size_t size) { return allocate (size, __builtin_return_address (0)); }
 void* operator new[] (std::size_t size) { return allocate (size, __builtin_return_address (0)); }
 void* operator new (std::size_t size, const std::nothrow_t&) noexcept { return allocateNoThrow (size, __builtin_return_address (0)); }
@@ -124,7 +160,7 @@ namespace AllocationCounter
 {
     std::size_t count() noexcept { return allocationCount; }
 
-    ScopedAllocationCheck::ScopedAllocationCheck (Callers callers) noexcept : start (allocationCount)
+    ScopedAllocationCheck::ScopedAllocationCheck (Callers callers) noexcept : start (allocationCount), locksAtStart (lockCount)
     {
         outsideOnly = callers == Callers::outsideThisProgram;
         counting = true;
@@ -137,4 +173,5 @@ namespace AllocationCounter
     }
 
     std::size_t ScopedAllocationCheck::allocations() const noexcept { return allocationCount - start; }
+    std::size_t ScopedAllocationCheck::blockingLocks() const noexcept { return lockCount - locksAtStart; }
 }
