@@ -1,4 +1,4 @@
-// dialog-eval --data DIR [--mixes N] [--markdown FILE] [--threads 1|2] [--split val|train] [--levels DB,DB,...]
+// dialog-eval --data DIR [--mixes N] [--markdown FILE] [--chart FILE.png] [--threads 1|2] [--split val|train] [--levels DB,DB,...]
 //
 // Measures the dialogue detector on the validation mixes of tools/dialog-data (files never used in
 // training), through the engine's own frequency-domain frame steps with the network the engine
@@ -23,11 +23,14 @@
 //                  mask steps (attack, release, the running sum up the bins): what a perfect
 //                  detector of that label would reach in the engine
 //   no extraction  the whole mid
+// --chart draws the first two measures against the input ratio, one line per path.
+#include "EvalChart.h"
 #include "engine/UpmixerDialogNetwork.h"
 #include "tools/dialog-common/DialogToolkit.h"
 
 #include <fann.h>
 
+#include <array>
 #include <atomic>
 #include <set>
 #include <cstdio>
@@ -90,7 +93,7 @@ void energies (const T::CentreSplitter::Result& r, double speech[numPaths], doub
 
 int main (int argc, char** argv)
 {
-    juce::File data ("/work/dialog-data"), markdown;
+    juce::File data ("/work/dialog-data"), markdown, chart;
     int maxMixes = 100, threads = 2;
     juce::String split = "val";
     for (int i = 1; i + 1 < argc; i += 2)
@@ -99,6 +102,7 @@ int main (int argc, char** argv)
         if (key == "--data") data = juce::File::getCurrentWorkingDirectory().getChildFile (value);
         else if (key == "--mixes") maxMixes = value.getIntValue();
         else if (key == "--markdown") markdown = juce::File::getCurrentWorkingDirectory().getChildFile (value);
+        else if (key == "--chart") chart = juce::File::getCurrentWorkingDirectory().getChildFile (value);
         else if (key == "--threads") threads = std::clamp (value.getIntValue(), 1, 2);
         else if (key == "--split") split = value;
         else if (key == "--levels")
@@ -109,7 +113,7 @@ int main (int argc, char** argv)
         }
         else
         {
-            std::fprintf (stderr, "usage: dialog-eval --data DIR [--mixes N] [--markdown FILE] [--threads 1|2] [--split val|train]\n                   [--levels -10,-5,0,5,10,20]\n");
+            std::fprintf (stderr, "usage: dialog-eval --data DIR [--mixes N] [--markdown FILE] [--chart FILE.png] [--threads 1|2] [--split val|train]\n                   [--levels -10,-5,0,5,10,20]\n");
             return 2;
         }
     }
@@ -225,6 +229,21 @@ int main (int argc, char** argv)
         return 1;
     }
 
+    // Means over the mixes, per level and path.
+    std::vector<std::array<double, numPaths>> meanDelta (numLevels), meanKept (numLevels);
+    for (size_t l = 0; l < numLevels; ++l)
+        for (int p = 0; p < numPaths; ++p)
+        {
+            double delta = 0.0, kept = 0.0;
+            for (size_t m = 0; m < withSpeech.size(); ++m)
+            {
+                delta += measures[m * numLevels + l].deltaSbr[p];
+                kept += measures[m * numLevels + l].kept[p];
+            }
+            meanDelta[l][(size_t) p] = delta / (double) withSpeech.size();
+            meanKept[l][(size_t) p] = kept / (double) withSpeech.size();
+        }
+
     juce::String table;
     auto columns = [] {
         juce::String names, rule ("|---|");
@@ -239,33 +258,20 @@ int main (int argc, char** argv)
         table << "| input SBR | " << what << ": " << columns() << "\n";
     };
     auto cell = [] (double x) { return (x >= 0 ? "+" : "") + juce::String (x, 1) + " dB"; };
-    header ("ΔSBR");
-    for (size_t l = 0; l < numLevels; ++l)
+    for (const auto* what : { "ΔSBR", "speech kept" })
     {
-        table << "| " << cell (levels[l]) << " |";
-        for (int p = 0; p < numPaths; ++p)
+        header (what);
+        const auto& means = juce::String (what) == "ΔSBR" ? meanDelta : meanKept;
+        for (size_t l = 0; l < numLevels; ++l)
         {
-            double sum = 0.0;
-            for (size_t m = 0; m < withSpeech.size(); ++m)
-                sum += measures[m * numLevels + (size_t) l].deltaSbr[p];
-            table << " " << cell (sum / (double) withSpeech.size()) << " |";
+            table << "| " << cell (levels[l]) << " |";
+            for (int p = 0; p < numPaths; ++p)
+                table << " " << cell (means[l][(size_t) p]) << " |";
+            table << "\n";
         }
         table << "\n";
     }
-    table << "\n";
-    header ("speech kept");
-    for (size_t l = 0; l < numLevels; ++l)
-    {
-        table << "| " << cell (levels[l]) << " |";
-        for (int p = 0; p < numPaths; ++p)
-        {
-            double sum = 0.0;
-            for (size_t m = 0; m < withSpeech.size(); ++m)
-                sum += measures[m * numLevels + (size_t) l].kept[p];
-            table << " " << cell (sum / (double) withSpeech.size()) << " |";
-        }
-        table << "\n";
-    }
+    table = table.trimEnd() + "\n";
     table << "\n| background only | leakage: " << columns() << "\n| "
           << (int) withBackground.size() << " clips |";
     for (int p = 0; p < numPaths; ++p)
@@ -311,5 +317,25 @@ int main (int argc, char** argv)
     std::printf ("\n%s", table.toRawUTF8());
     if (markdown != juce::File())
         markdown.replaceWithText (table);
+
+    if (chart != juce::File())
+    {
+        std::vector<EvalChart::Series> series;
+        for (int p = 0; p < nonePath; ++p)
+        {
+            EvalChart::Series s { pathNames[p], {}, {} };
+            for (size_t l = 0; l < numLevels; ++l)
+            {
+                s.deltaSbr.push_back (meanDelta[l][(size_t) p]);
+                s.kept.push_back (meanKept[l][(size_t) p]);
+            }
+            series.push_back (std::move (s));
+        }
+        if (! EvalChart::write (chart, levels, series))
+        {
+            std::fprintf (stderr, "dialog-eval: cannot write %s\n", chart.getFullPathName().toRawUTF8());
+            return 1;
+        }
+    }
     return 0;
 }
