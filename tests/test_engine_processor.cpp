@@ -5,8 +5,8 @@
 //  - whole-processor sweep: every output layout x 44.1, 48 and 96 kHz x blocks of 1, 64, 480
 //    and 4096 samples, dialogue isolation on: no NaN or Inf, sound on the outputs, and the same
 //    output for every block split as for 480-sample blocks at the same rate;
-//  - the engine registers its timing items (4 to 12) and stamps the enabled ones with the
-//    block's duration;
+//  - the engine registers its timing items (4 to 12) under the names the profiling overlay shows
+//    and stamps the enabled ones with the block's duration;
 //  - the engine allocates nothing and waits on no lock after prepare, not even in its first
 //    block, for any block size (longer blocks than its stages take at once too), with every
 //    stage running.
@@ -123,8 +123,12 @@ TEST (EngineProcessorSweep, EveryLayoutRateAndBlockSize)
 TEST (EngineFrame, RegistersAndStampsItsTimingItems)
 {
     EngineRig rig (16, 10);
+    // The names are the ones the profiling overlay shows.
+    const char* names[] = { "Upmixer_podIn", "Upmixer_LMIn", "Upmixer_LMOut", "Upmixer_LMDownmix",
+                            "Upmixer_DialogExtraction", "Upmixer_UpmixPsd", "Upmixer_spreadCentre",
+                            "Upmixer_generateLfe", "Upmixer_generateOverheadChannels" };
     for (int index = 4; index <= 12; ++index)
-        ASSERT_NE (rig.host.profiler.item (index).name, nullptr) << index;
+        ASSERT_STREQ (rig.host.profiler.item (index).name, names[index - 4]) << index;
 
     rig.host.profiler.setEnabled (true);
     rig.run (byKind (480), 480);
