@@ -1,4 +1,5 @@
 #include "app/UpmixRenderer.h"
+#include "app/UpmixInterruptGuard.h"
 #include "processor/KaChannelRouting.h"
 #include "processor/KaPresetFile.h"
 #include "processor/KaPresetLibrary.h"
@@ -193,6 +194,7 @@ UpmixRenderer::Result UpmixRenderer::render (const Options& options)
     if (! options.output.getParentDirectory().isDirectory())
         return result.error = "cannot write '" + options.output.getFullPathName() + "': no such folder", result;
     juce::TemporaryFile temp (options.output);
+    const UpmixInterruptGuard interruptGuard (temp.getFile());
     std::unique_ptr<juce::AudioFormatWriter> writer;
     {
         auto stream = std::make_unique<juce::FileOutputStream> (temp.getFile());

@@ -3,11 +3,18 @@
 //   equal to the input, a click at the same sample position (latency removed), the report;
 // - a hard-left source sits in L from the first 50 ms (the render starts warmed up), and a file
 //   shorter than a block renders too;
-// - refuses each kind of bad input with one clear line and a non-zero exit, leaving no file.
+// - refuses each kind of bad input with one clear line and a non-zero exit, leaving no file;
+// - Ctrl-C in the middle of a render leaves no file behind either.
 #include "support/CliRunner.h"
 #include "support/TempFolder.h"
 
 #include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
 
 namespace
 {
@@ -121,6 +128,51 @@ TEST_F (CliTest, AHardLeftSourceIsPlacedFromTheFirstMoment)
     ASSERT_TRUE (CliRunner::writeWav (left, b));
     ASSERT_EQ (runCli ({ left.getFullPathName(), out.getFullPathName(), "--layout", "5.1", "--quiet" }).exitCode, 0);
     EXPECT_EQ (CliRunner::openWav (out)->lengthInSamples, 300);
+}
+
+TEST_F (CliTest, InterruptedRenderLeavesNoFileBehind)
+{
+    // Four minutes of mono noise: long enough to be stopped halfway.
+    const auto longInput = dir.getChildFile ("long.wav");
+    {
+        juce::AudioBuffer<float> b (1, 48000 * 240);
+        juce::Random random (4);
+        for (int i = 0; i < b.getNumSamples(); ++i)
+            b.setSample (0, i, 0.2f * (random.nextFloat() - 0.5f));
+        ASSERT_TRUE (CliRunner::writeWav (longInput, b));
+    }
+    const auto out = dir.getChildFile ("stopped.wav");
+    auto others = [&] {
+        juce::StringArray names;
+        for (const auto& f : dir.findChildFiles (juce::File::findFiles, false))
+            if (f != longInput && f != input)
+                names.add (f.getFileName());
+        return names;
+    };
+
+    const pid_t pid = fork();
+    ASSERT_GE (pid, 0);
+    if (pid == 0)
+    {
+        const int devNull = ::open ("/dev/null", O_WRONLY);
+        ::dup2 (devNull, STDERR_FILENO);
+        ::dup2 (devNull, STDOUT_FILENO);
+        const auto in = longInput.getFullPathName().toStdString(), target = out.getFullPathName().toStdString();
+        ::execl (ORRIN_CLI_PATH, ORRIN_CLI_PATH, in.c_str(), target.c_str(), "--layout", "7.1.4", (char*) nullptr);
+        ::_exit (127);
+    }
+
+    // Once the render is writing (its temporary file exists), Ctrl-C.
+    for (int i = 0; i < 2000 && others().isEmpty(); ++i)
+        juce::Thread::sleep (1);
+    const bool wasWriting = ! others().isEmpty();
+    ::kill (pid, SIGINT);
+    int status = 0;
+    ::waitpid (pid, &status, 0);
+
+    EXPECT_TRUE (wasWriting);
+    EXPECT_TRUE (WIFSIGNALED (status) && WTERMSIG (status) == SIGINT) << status;
+    EXPECT_TRUE (others().isEmpty()) << others().joinIntoString (", ");
 }
 
 TEST_F (CliTest, RefusesBadInputWithOneLine)
