@@ -163,7 +163,7 @@ TEST_F (CliTest, InterruptedRenderLeavesNoFileBehind)
     }
 
     // Once the render is writing (its temporary file exists), Ctrl-C.
-    for (int i = 0; i < 2000 && others().isEmpty(); ++i)
+    for (int i = 0; i < 10000 && others().isEmpty(); ++i)
         juce::Thread::sleep (1);
     const bool wasWriting = ! others().isEmpty();
     ::kill (pid, SIGINT);
