@@ -39,14 +39,29 @@ KaJuceProcessorBase::KaJuceProcessorBase (const BusesProperties& buses)
 
     const auto storedMapVersion = store.getFloat ("PersistentParamMapVersion");
     persistentMapVersionChanged = storedMapVersion.has_value() && *storedMapVersion != 1.0f;
-
-    startTimerHz (30);
 }
 
 KaJuceProcessorBase::~KaJuceProcessorBase()
 {
-    stopTimer();
+    stopHousekeeping();
     instanceCounter.fetch_sub (1);
+}
+
+void KaJuceProcessorBase::startHousekeeping()
+{
+    {
+        const juce::ScopedLock lock (m_housekeepingLock);
+        m_bHousekeeping = true;
+    }
+    startTimerHz (30);
+}
+
+void KaJuceProcessorBase::stopHousekeeping() noexcept
+{
+    stopTimer();
+    // A tick already running on another thread finishes before this returns.
+    const juce::ScopedLock lock (m_housekeepingLock);
+    m_bHousekeeping = false;
 }
 
 juce::String KaJuceProcessorBase::pluginTypeWordFor (int typeNumber)
@@ -254,7 +269,12 @@ void KaJuceProcessorBase::runHousekeeping()
         onFirstHousekeeping();
 }
 
-void KaJuceProcessorBase::timerCallback() { runHousekeeping(); }
+void KaJuceProcessorBase::timerCallback()
+{
+    const juce::ScopedTryLock lock (m_housekeepingLock);
+    if (lock.isLocked() && m_bHousekeeping)
+        runHousekeeping();
+}
 
 void KaJuceProcessorBase::postWarning (const juce::String& title, const juce::String& text)
 {

@@ -211,6 +211,17 @@ protected:
     /** The one-time set-up after the first block (start-up state 1 -> 2). */
     virtual void onFirstHousekeeping() {}
 
+    /** The timer's housekeeping runs on the message thread, which in some formats (JUCE's LV2
+        client) is a thread of its own, apart from the host's thread that constructs, prepares,
+        restores and destroys the processor. So the timer starts only once the whole processor
+        exists (the most derived constructor calls startHousekeeping() last), stops before any
+        of it is destroyed (its destructor calls stopHousekeeping() first, which also waits for
+        a tick in progress), and host-thread calls that rebuild what housekeeping reads hold
+        getHousekeepingLock(); a tick that finds it held is skipped. */
+    void startHousekeeping();
+    void stopHousekeeping() noexcept;
+    const juce::CriticalSection& getHousekeepingLock() const noexcept { return m_housekeepingLock; }
+
     void markStarted() noexcept;
     /** Queues a host notification of a parameter changed from the audio thread. */
     void queueHostNotification (int number) noexcept;
@@ -239,6 +250,9 @@ private:
     int hostNumber = 0;
     bool persistentMapVersionChanged = false;
     int numWarningsPosted = 0;
+
+    juce::CriticalSection m_housekeepingLock;
+    bool m_bHousekeeping = false;  // guarded by m_housekeepingLock
 
     std::atomic<int> startupState { 0 };
     std::atomic<int> lastChangedParameter { 9999 };

@@ -74,6 +74,7 @@ void KaJuceProcessorBase::getStateInformation (juce::MemoryBlock& destData)
 
 void KaJuceProcessorBase::setStateInformation (const void* data, int sizeInBytes)
 {
+    const juce::ScopedLock lock (m_housekeepingLock);
     if (KaSessionState::load (*this, data, sizeInBytes))
         afterManyValuesChanged();
 }

@@ -94,9 +94,13 @@ UpmixerProcessor::UpmixerProcessor()
     // Hosts ask for the latency before they prepare the plug-in.
     reportedLatency = -1;
     updateLatency();
+    startHousekeeping();
 }
 
-UpmixerProcessor::~UpmixerProcessor() = default;
+UpmixerProcessor::~UpmixerProcessor()
+{
+    stopHousekeeping();
+}
 
 juce::AudioProcessorParameter* UpmixerProcessor::getBypassParameter() const
 {
@@ -234,16 +238,26 @@ void UpmixerProcessor::updateLatency()
     reportedLatency = latency;
     setLatencySamples (latency);
     constexpr int frame = UpmixerAlgo::frameLength;
-    const int sendDelaySamples = KaHostDetection::isNuendo (getHostPath()) ? 0 : latency - (frame + frame / 2);
+    // The send delay lines belong to the audio thread, which takes the new length at its next
+    // block (this may run in housekeeping, on another thread, while a block is running).
+    m_nPendingSendDelay.store (KaHostDetection::isNuendo (getHostPath()) ? 0 : latency - (frame + frame / 2));
+}
+
+void UpmixerProcessor::applyPendingSendDelay() noexcept
+{
+    const int samples = m_nPendingSendDelay.exchange (-1);
+    if (samples < 0)
+        return;
     for (auto& d : sendDelay)
     {
-        d.setDelay (sendDelaySamples);
+        d.setDelay (samples);
         d.clear();
     }
 }
 
 void UpmixerProcessor::prepareToPlay (double sampleRate, int maximumExpectedSamplesPerBlock)
 {
+    const juce::ScopedLock lock (getHousekeepingLock());
     currentSampleRate = sampleRate > 0.0 ? sampleRate : 48000.0;
     maxBlock = juce::jlimit (minBlockAllocation, 8192, maximumExpectedSamplesPerBlock);
 
@@ -298,6 +312,7 @@ void UpmixerProcessor::processWholeBlock (juce::AudioBuffer<float>& buffer, bool
     const int numChannels = buffer.getNumChannels();
     if (numSamples <= 0 || numChannels <= 0 || maxBlock <= 0)
         return;
+    applyPendingSendDelay();
 
     // A host may change its channel count without preparing again; the layout follows.
     if (getTotalNumInputChannels() != layout.numInputs || getTotalNumOutputChannels() != layout.numOutputs)

@@ -112,6 +112,7 @@ private:
     void computeDownmix (int numSamples) noexcept;
     void feedObservers (int numSamples) noexcept;
     void updateLatency();
+    void applyPendingSendDelay() noexcept;
     void carryLinked (int changed, const int* group, int groupSize, float* snapshot);
     bool isLinkAvailable (int number) const noexcept;
     void processWholeBlock (juce::AudioBuffer<float>& buffer, bool bypassed) noexcept;
@@ -128,6 +129,7 @@ private:
     int ambisonicFormat = 0;
     int sendSelector = -1;
     int reportedLatency = 0;
+    std::atomic<int> m_nPendingSendDelay { -1 };  // samples; -1 when the lines are up to date
     double currentSampleRate = 48000.0;
     int maxBlock = 0;
 

@@ -5,6 +5,8 @@
 //   carries its fixed stereo-in, 5.1-out ports);
 // - the upmix itself, live in the host: a centred tone reaches the centre channel, a hard-left
 //   tone stays out of the right channel, and at 7.1.2 the heights carry some of the centre;
+// - preparing again and again (a new instance each time in JUCE's LV2 host) while the plug-in's
+//   timers run on its own message thread;
 // - real-time safety of the binary as a host runs it: once running, neither the plug-in nor the
 //   format's wrapper allocates on the audio thread (JUCE 7.0.5's VST3 wrapper did, once a block,
 //   until the build patched it).
@@ -148,6 +150,23 @@ TEST_P (HostPlugins, BlockPathAllocatesNothingInTheHost)
     const auto allocations = check.allocations();
     EXPECT_EQ (allocations, 0u);
     plugin->releaseResources();
+}
+
+TEST_P (HostPlugins, SurvivesBeingPreparedAgainAndAgainWhileItsTimersRun)
+{
+    // JUCE's LV2 host makes a new plug-in instance on every prepare, on this thread, while the
+    // plug-in's own message thread runs its timers: construction, preparation and destruction
+    // must never meet a housekeeping tick half-way.
+    auto plugin = HostPluginLoader::load (GetParam());
+    ASSERT_NE (plugin, nullptr);
+    for (int i = 0; i < 60; ++i)
+    {
+        plugin->prepareToPlay (i % 2 == 0 ? 48000.0 : 44100.0, 256 + 16 * i);
+        const auto out = HostPluginLoader::process (*plugin, tone (1.0f, 1.0f, 256), 1);
+        EXPECT_EQ (out.getNumSamples(), 256);
+        juce::Thread::sleep (i % 3);
+        plugin->releaseResources();
+    }
 }
 
 TEST (HostVst3, HeightsCarryPartOfTheCentreAt712)
