@@ -28,6 +28,16 @@ __asm__ (".symver glibcWriteLock, __pthread_rwlock_wrlock@GLIBC_2.2.5");
 
 namespace
 {
+    // Memory for operator new straight from glibc, so that the replaced malloc below does not
+    // count it a second time; from the sanitizer's malloc where one watches every call.
+   #ifdef ORRIN_SANITIZER_BUILD
+    void* rawMalloc (std::size_t size) { return std::malloc (size); }
+    void* rawMemalign (std::size_t alignment, std::size_t size) { return std::aligned_alloc (alignment, size); }
+   #else
+    void* rawMalloc (std::size_t size) { return __libc_malloc (size); }
+    void* rawMemalign (std::size_t alignment, std::size_t size) { return __libc_memalign (alignment, size); }
+   #endif
+
     thread_local bool counting = false;
     thread_local bool outsideOnly = false;
     thread_local std::size_t allocationCount = 0;
@@ -47,7 +57,7 @@ namespace
     void* allocate (std::size_t size, const void* caller)
     {
         note (caller);
-        if (void* p = __libc_malloc (size == 0 ? 1 : size))
+        if (void* p = rawMalloc (size == 0 ? 1 : size))
             return p;
         throw std::bad_alloc();
     }
@@ -56,7 +66,7 @@ namespace
     {
         note (caller);
         const auto a = static_cast<std::size_t> (alignment);
-        if (void* p = __libc_memalign (a, (size + a - 1) / a * a))
+        if (void* p = rawMemalign (a, (size + a - 1) / a * a))
             return p;
         throw std::bad_alloc();
     }
@@ -64,10 +74,11 @@ namespace
     void* allocateNoThrow (std::size_t size, const void* caller) noexcept
     {
         note (caller);
-        return __libc_malloc (size == 0 ? 1 : size);
+        return rawMalloc (size == 0 ? 1 : size);
     }
 }
 
+#ifndef ORRIN_SANITIZER_BUILD
 // C's allocation functions too, not only C++'s: JUCE's buffers and FFTW's plans and arrays take
 // their memory from malloc and its kin. The test program's definitions replace the C library's
 // for every library it loads, and hand on to glibc's own entry points; free stays glibc's.
@@ -140,6 +151,7 @@ extern "C"
         return glibcWriteLock (lock);
     }
 }
+#endif
 
 void* operator new (std::size_t size) { return allocate (size, __builtin_return_address (0)); }
 void* operator new[] (std::size_t size) { return allocate (size, __builtin_return_address (0)); }

@@ -8,8 +8,25 @@
     allocators, and pthread_mutex_lock and the read-write locks (std::mutex and JUCE's
     CriticalSection lock through them; their try-locks are not counted), for itself and for every
     library it loads (a plug-in too). */
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    #define ORRIN_SANITIZER_BUILD 1
+#elif defined(__has_feature)
+    #if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+        #define ORRIN_SANITIZER_BUILD 1
+    #endif
+#endif
+
 namespace AllocationCounter
 {
+    /** Whether C's allocators and the pthread locks are counted. Not in sanitizer builds: the
+        sanitizers replace those functions themselves and must keep seeing every call, so there
+        only operator new is counted. */
+   #ifdef ORRIN_SANITIZER_BUILD
+    inline constexpr bool countsCCalls = false;
+   #else
+    inline constexpr bool countsCCalls = true;
+   #endif
+
     enum class Callers
     {
         all,               // every allocation of the thread
