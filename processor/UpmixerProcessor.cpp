@@ -200,12 +200,21 @@ void UpmixerProcessor::resolveRouting() noexcept
     }
 }
 
-void UpmixerProcessor::checkNumInputChannels()
+void UpmixerProcessor::checkNumInputChannels (bool whileAudioRuns)
 {
-    m_nTrackNumInputChannels = getTotalNumInputChannels();
-    m_upmixerAlgo.setNumInputChannels (m_nTrackNumInputChannels);
-    KaLog::write ("UpmixerProcessor::checkNumInputChannels: m_nTrackNumInputChannels=" + juce::String (m_nTrackNumInputChannels)
-                  + ", m_upmixerAlgo.m_nUpmixerNumInputChannels=" + juce::String (m_upmixerAlgo.m_nUpmixerNumInputChannels));
+    const int inputs = getTotalNumInputChannels();
+    if (whileAudioRuns)
+        m_nPendingInputCount.store (inputs);  // the audio thread takes it at its next block
+    else
+        applyInputCount (inputs);
+    KaLog::write ("UpmixerProcessor::checkNumInputChannels: m_nTrackNumInputChannels=" + juce::String (inputs)
+                  + ", m_upmixerAlgo.m_nUpmixerNumInputChannels=" + juce::String (inputs));
+}
+
+void UpmixerProcessor::applyInputCount (int inputs) noexcept
+{
+    m_nTrackNumInputChannels = inputs;
+    m_upmixerAlgo.setNumInputChannels (inputs);
 }
 
 juce::String UpmixerProcessor::getOutputBusName() const
@@ -243,16 +252,17 @@ void UpmixerProcessor::updateLatency()
     m_nPendingSendDelay.store (KaHostDetection::isNuendo (getHostPath()) ? 0 : latency - (frame + frame / 2));
 }
 
-void UpmixerProcessor::applyPendingSendDelay() noexcept
+void UpmixerProcessor::applyPendingChanges() noexcept
 {
-    const int samples = m_nPendingSendDelay.exchange (-1);
-    if (samples < 0)
-        return;
-    for (auto& d : sendDelay)
-    {
-        d.setDelay (samples);
-        d.clear();
-    }
+    if (const int inputs = m_nPendingInputCount.exchange (-1); inputs >= 0)
+        applyInputCount (inputs);
+
+    if (const int samples = m_nPendingSendDelay.exchange (-1); samples >= 0)
+        for (auto& d : sendDelay)
+        {
+            d.setDelay (samples);
+            d.clear();
+        }
 }
 
 void UpmixerProcessor::prepareToPlay (double sampleRate, int maximumExpectedSamplesPerBlock)
@@ -312,7 +322,7 @@ void UpmixerProcessor::processWholeBlock (juce::AudioBuffer<float>& buffer, bool
     const int numChannels = buffer.getNumChannels();
     if (numSamples <= 0 || numChannels <= 0 || maxBlock <= 0)
         return;
-    applyPendingSendDelay();
+    applyPendingChanges();
 
     // A host may change its channel count without preparing again; the layout follows.
     if (getTotalNumInputChannels() != layout.numInputs || getTotalNumOutputChannels() != layout.numOutputs)
@@ -593,7 +603,7 @@ void UpmixerProcessor::parameterChanged (int number, float value, bool userChang
 void UpmixerProcessor::onHousekeeping()
 {
     if (pendingInputCheck.exchange (false))
-        checkNumInputChannels();
+        checkNumInputChannels (true);
     updateLatency();
 }
 

@@ -52,8 +52,9 @@ public:
     /** The name reported for the output bus: "Ambisonic", "7.1", "Overheads" or "5.1". */
     juce::String getOutputBusName() const;
 
-    /** Reads the host's input count into the engine and logs it. Message thread. */
-    void checkNumInputChannels();
+    /** Reads the host's input count into the engine and logs it. Message thread; with the
+        audio running, the audio thread takes the count at its next block. */
+    void checkNumInputChannels (bool whileAudioRuns = false);
     int m_nTrackNumInputChannels = 2;
 
     // Latency and sends -------------------------------------------------------------------------
@@ -112,7 +113,9 @@ private:
     void computeDownmix (int numSamples) noexcept;
     void feedObservers (int numSamples) noexcept;
     void updateLatency();
-    void applyPendingSendDelay() noexcept;
+    void applyInputCount (int inputs) noexcept;
+    /** Audio thread: takes what housekeeping changed while blocks were running. */
+    void applyPendingChanges() noexcept;
     void carryLinked (int changed, const int* group, int groupSize, float* snapshot);
     bool isLinkAvailable (int number) const noexcept;
     void processWholeBlock (juce::AudioBuffer<float>& buffer, bool bypassed) noexcept;
@@ -130,6 +133,7 @@ private:
     int sendSelector = -1;
     int reportedLatency = 0;
     std::atomic<int> m_nPendingSendDelay { -1 };  // samples; -1 when the lines are up to date
+    std::atomic<int> m_nPendingInputCount { -1 };
     double currentSampleRate = 48000.0;
     int maxBlock = 0;
 
