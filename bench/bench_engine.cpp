@@ -10,6 +10,7 @@
 #include "engine/UpmixerDialogNetwork.h"
 #include "engine/UpmixerFrequencyDomainAlgo.h"
 #include "processor/KaParameterTable.h"
+#include "processor/UpmixerDefaultHost.h"
 #include "processor/UpmixerParameters.h"
 #include "processor/UpmixerProcessor.h"
 
@@ -74,17 +75,6 @@ namespace
         }
     }
 
-    /** The engine's host without the processor: the parameter table with its defaults. */
-    class BareHost : public UpmixerAlgoInterface
-    {
-    public:
-        BareHost() { table.registerParameters (UpmixerParam::createParameterInfos()); }
-        KaProfiler* getProfiler() noexcept override { return &profiler; }
-        float getParameterValue (int number) const noexcept override { return table.get (number); }
-        KaParameterTable table;
-        KaProfiler profiler;
-    };
-
     long residentBytes()
     {
         std::ifstream statm ("/proc/self/statm");
@@ -129,7 +119,7 @@ static void BM_EngineRealtimeFactor (benchmark::State& state)
 {
     initialiseJuceOnce();
     const int numOutputs = (int) state.range (0);
-    BareHost host;
+    UpmixerDefaultHost host;
     host.table.set (UpmixerParam::DialogIsolate, state.range (1) != 0 ? 1.0f : 0.0f);
     UpmixerAlgo engine;
     engine.prepare (&host, (float) sampleRate);

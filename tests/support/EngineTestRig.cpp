@@ -4,11 +4,6 @@
 #include <cmath>
 #include <limits>
 
-FakeUpmixerHost::FakeUpmixerHost()
-{
-    table.registerParameters (UpmixerParam::createParameterInfos());
-}
-
 EngineRig::EngineRig (int routingIn, int numOutputs, double sampleRate, int numInputs)
     : engine (std::make_unique<UpmixerAlgo>()), routing (routingIn)
 {

@@ -1,31 +1,13 @@
 #pragma once
 
-#include "engine/KaProfiler.h"
 #include "engine/UpmixerAlgo.h"
-#include "engine/UpmixerAlgoInterface.h"
 #include "processor/KaChannelRouting.h"
-#include "processor/KaParameterTable.h"
+#include "processor/UpmixerDefaultHost.h"
 
 #include <juce_audio_basics/juce_audio_basics.h>
 
 #include <functional>
 #include <memory>
-
-/** The engine's host as the processor would be, without the processor: the real parameter table
-    with its defaults, and a profiler. */
-class FakeUpmixerHost : public UpmixerAlgoInterface
-{
-public:
-    FakeUpmixerHost();
-
-    KaProfiler* getProfiler() noexcept override { return &profiler; }
-    float getParameterValue (int number) const noexcept override { return table.get (number); }
-
-    void set (int number, float value) { table.set (number, value); }
-
-    KaParameterTable table;
-    KaProfiler profiler;
-};
 
 /** One engine prepared with a fake host for a layout, fed by channel kind. */
 struct EngineRig
@@ -42,7 +24,7 @@ struct EngineRig
 
     void set (int number, float value) { host.set (number, value); }
 
-    FakeUpmixerHost host;
+    UpmixerDefaultHost host;
     std::unique_ptr<UpmixerAlgo> engine;
     int routing;
 };

@@ -21,6 +21,7 @@
 #include "engine/UpmixerDialogFeatures.h"
 #include "engine/UpmixerFrequencyDomainAlgo.h"
 #include "processor/KaParameterTable.h"
+#include "processor/UpmixerDefaultHost.h"
 #include "processor/UpmixerParameters.h"
 
 #include <juce_audio_formats/juce_audio_formats.h>
@@ -185,23 +186,11 @@ namespace DialogToolkit
         return gains;
     }
 
-    /** The engine's host with the real parameter table at its defaults. */
-    class DefaultHost : public UpmixerAlgoInterface
-    {
-    public:
-        DefaultHost() { table.registerParameters (UpmixerParam::createParameterInfos()); }
-        KaProfiler* getProfiler() noexcept override { return &profiler; }
-        float getParameterValue (int number) const noexcept override { return table.get (number); }
-
-        KaParameterTable table;
-        KaProfiler profiler;
-    };
-
     /** The frequency-domain stage's settings as the real engine sets them from its parameters:
         every parameter at its default, DialogIsolate on or off. */
     inline UpmixerFrequencyDomainAlgo::Settings engineSettings (bool dialogIsolate)
     {
-        DefaultHost host;
+        UpmixerDefaultHost host;
         host.table.set (UpmixerParam::DialogIsolate, dialogIsolate ? 1.0f : 0.0f);
         UpmixerAlgo engine;
         engine.prepare (&host, 48000.0f);
