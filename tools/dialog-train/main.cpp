@@ -395,43 +395,44 @@ Calibration measureCalibration (const std::vector<CalibrationMix>& mixes, double
                 probability[(size_t) k] = (float) (1.0 / (1.0 + std::exp (-2.0 * (scale * value[i] + shift))));
         }
     };
+    // The mask run over one signal's frames: the masked and the plain energy of each given part
+    // (its power per bin and frame; the second part may be absent).
+    struct Energies
+    {
+        double masked[2] {}, plain[2] {};
+    };
+    auto energies = [&] (const std::vector<float>& value, const std::vector<float>* first, const std::vector<float>* second) {
+        Energies e;
+        const std::vector<float>* parts[2] = { first, second };
+        std::array<float, F::numBins> mask {};
+        for (size_t frame = 0; frame * F::numBins < value.size(); ++frame)
+        {
+            probabilities (value, frame);
+            const auto g = T::maskGains (settings, probability.data(), mask);
+            for (int k = 0; k < F::numBins; ++k)
+            {
+                const size_t i = frame * F::numBins + (size_t) k;
+                for (int p = 0; p < 2; ++p)
+                    if (parts[p] != nullptr)
+                    {
+                        e.masked[p] += g[(size_t) k] * g[(size_t) k] * (*parts[p])[i];
+                        e.plain[p] += (*parts[p])[i];
+                    }
+            }
+        }
+        return e;
+    };
     for (const auto& mix : mixes)
     {
         speech = &mix.speech;
         background = &mix.background;
-        std::array<float, F::numBins> mask {};
-        double es = 0.0, eb = 0.0, es0 = 0.0, eb0 = 0.0;
-        for (size_t frame = 0; frame * F::numBins < mix.value.size(); ++frame)
-        {
-            probabilities (mix.value, frame);
-            const auto g = T::maskGains (settings, probability.data(), mask);
-            for (int k = 0; k < F::numBins; ++k)
-            {
-                const size_t i = frame * F::numBins + (size_t) k;
-                es += g[(size_t) k] * g[(size_t) k] * mix.speech[i];
-                eb += g[(size_t) k] * g[(size_t) k] * mix.background[i];
-                es0 += mix.speech[i];
-                eb0 += mix.background[i];
-            }
-        }
-        c.deltaSbr += T::ratioDb (es, eb) - T::ratioDb (es0, eb0);
-        c.kept += T::ratioDb (es, es0);
+        const auto m = energies (mix.value, &mix.speech, &mix.background);
+        c.deltaSbr += T::ratioDb (m.masked[0], m.masked[1]) - T::ratioDb (m.plain[0], m.plain[1]);
+        c.kept += T::ratioDb (m.masked[0], m.plain[0]);
 
-        mask = {};
         speech = nullptr;
-        double leak = 0.0, leak0 = 0.0;
-        for (size_t frame = 0; frame * F::numBins < mix.leakValue.size(); ++frame)
-        {
-            probabilities (mix.leakValue, frame);
-            const auto g = T::maskGains (settings, probability.data(), mask);
-            for (int k = 0; k < F::numBins; ++k)
-            {
-                const size_t i = frame * F::numBins + (size_t) k;
-                leak += g[(size_t) k] * g[(size_t) k] * mix.leakBackground[i];
-                leak0 += mix.leakBackground[i];
-            }
-        }
-        c.leakage += T::ratioDb (leak, leak0);
+        const auto leak = energies (mix.leakValue, &mix.leakBackground, nullptr);
+        c.leakage += T::ratioDb (leak.masked[0], leak.plain[0]);
     }
     const double n = (double) std::max<size_t> (mixes.size(), 1);
     c.deltaSbr /= n;
