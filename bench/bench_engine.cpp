@@ -75,6 +75,28 @@ namespace
         }
     }
 
+    /** The benchmark loop of the realtime factors: ten seconds of programme prepared up front
+        (copying a block in costs next to nothing), each iteration one block of it copied into
+        the first two channels of block and processed. */
+    template <typename Process>
+    void runProgramme (benchmark::State& state, juce::AudioBuffer<float>& block, Process process)
+    {
+        const int length = 10 * (int) sampleRate;
+        juce::AudioBuffer<float> programme (2, length);
+        juce::Random random (1);
+        fillStereo (programme, length, random);
+        int position = 0;
+        for (auto _ : state)
+        {
+            block.clear();
+            block.copyFrom (0, 0, programme, 0, position, blockSize);
+            block.copyFrom (1, 0, programme, 1, position, blockSize);
+            position = (position + blockSize) % (length - blockSize);
+            process();
+            benchmark::DoNotOptimize (block.getReadPointer (0));
+        }
+    }
+
     long residentBytes()
     {
         std::ifstream statm ("/proc/self/statm");
@@ -90,24 +112,9 @@ static void BM_ProcessorRealtimeFactor (benchmark::State& state)
 {
     const int numOutputs = (int) state.range (0);
     auto processor = makeProcessor (numOutputs, state.range (1) != 0);
-    // Ten seconds of input prepared up front; copying a block in costs next to nothing.
-    const int length = 10 * (int) sampleRate;
-    juce::AudioBuffer<float> programme (2, length);
-    juce::Random random (1);
-    fillStereo (programme, length, random);
     juce::AudioBuffer<float> buffer (numOutputs, blockSize);
     juce::MidiBuffer midi;
-    int position = 0;
-
-    for (auto _ : state)
-    {
-        buffer.clear();
-        buffer.copyFrom (0, 0, programme, 0, position, blockSize);
-        buffer.copyFrom (1, 0, programme, 1, position, blockSize);
-        position = (position + blockSize) % (length - blockSize);
-        processor->processBlock (buffer, midi);
-        benchmark::DoNotOptimize (buffer.getReadPointer (0));
-    }
+    runProgramme (state, buffer, [&] { processor->processBlock (buffer, midi); });
     state.counters["realtime"] = benchmark::Counter ((double) state.iterations() * blockSize / sampleRate, benchmark::Counter::kIsRate);
     state.SetLabel (numOutputs == 6 ? "5.1" : numOutputs == 8 ? "7.1" : "7.1.2");
 }
@@ -127,22 +134,8 @@ static void BM_EngineRealtimeFactor (benchmark::State& state)
     engine.setNumOutputChannels (numOutputs);
     engine.setNumOverheadChannels (numOutputs - 8 > 0 ? numOutputs - 8 : 0);
 
-    const int length = 10 * (int) sampleRate;
-    juce::AudioBuffer<float> programme (2, length);
-    juce::Random random (1);
-    fillStereo (programme, length, random);
     juce::AudioBuffer<float> block (UpmixerAlgo::maxChannels, blockSize);
-    int position = 0;
-
-    for (auto _ : state)
-    {
-        block.clear();
-        block.copyFrom (0, 0, programme, 0, position, blockSize);
-        block.copyFrom (1, 0, programme, 1, position, blockSize);
-        position = (position + blockSize) % (length - blockSize);
-        engine.process (block.getArrayOfWritePointers(), UpmixerAlgo::maxChannels, blockSize);
-        benchmark::DoNotOptimize (block.getReadPointer (0));
-    }
+    runProgramme (state, block, [&] { engine.process (block.getArrayOfWritePointers(), UpmixerAlgo::maxChannels, blockSize); });
     state.counters["realtime"] = benchmark::Counter ((double) state.iterations() * blockSize / sampleRate, benchmark::Counter::kIsRate);
     state.SetLabel (numOutputs == 6 ? "5.1" : numOutputs == 8 ? "7.1" : "7.1.2");
 }
