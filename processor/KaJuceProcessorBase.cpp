@@ -149,6 +149,8 @@ void KaJuceProcessorBase::registerParameters (std::vector<KaParameterInfo> infos
         const auto* info = table.findByKey (commandKeys[c]);
         m_commandNumbers[(size_t) c] = info != nullptr && info->number >= KaParameterTable::firstTransient ? info->number : -1;
     }
+    if (const auto* info = table.findByKey ("ShowProfiling"))
+        m_nShowProfilingNumber = info->number;
 
     m_presetSlots.reset (getHostValues());
 }
@@ -278,35 +280,81 @@ void KaJuceProcessorBase::timerCallback()
 
 void KaJuceProcessorBase::postWarning (const juce::String& title, const juce::String& text)
 {
-    ++numWarningsPosted;
-    KaLog::write ("WARNING: " + text);
-
-    // Headless hosts and the command line have no display to show a box on.
-    if (juce::MessageManager::getInstanceWithoutCreating() != nullptr
-        && juce::Desktop::getInstance().getDisplays().getPrimaryDisplay() != nullptr)
-        juce::AlertWindow::showMessageBoxAsync (juce::MessageBoxIconType::WarningIcon, title, text);
+    postQuestion (title, text, nullptr);
 }
 
 void KaJuceProcessorBase::postQuestion (const juce::String& title, const juce::String& text, std::function<void (bool)> onAnswer)
 {
     ++numWarningsPosted;
     KaLog::write ("WARNING: " + text);
-    if (juce::MessageManager::getInstanceWithoutCreating() == nullptr)
-        return;
 
-    // Posted to the message thread (hosts may restore a state from another); neither the box
-    // nor its answer outlives the processor.
-    juce::MessageManager::callAsync ([safe = juce::WeakReference<KaJuceProcessorBase> (this), title, text, onAnswer = std::move (onAnswer)]
-    {
-        // Headless hosts and the command line have no display to show a box on.
-        if (safe.get() == nullptr || juce::Desktop::getInstance().getDisplays().getPrimaryDisplay() == nullptr)
-            return;
-        auto answered = [safe, onAnswer] (int result)
+    KaNotice notice { title, text, {} };
+    if (onAnswer != nullptr)
+        notice.onAnswer = [safe = juce::WeakReference<KaJuceProcessorBase> (this), onAnswer = std::move (onAnswer)] (bool ok)
         {
-            if (safe.get() != nullptr && onAnswer)
-                onAnswer (result != 0);
+            if (safe.get() != nullptr)
+                onAnswer (ok);
         };
-        juce::AlertWindow::showOkCancelBox (juce::MessageBoxIconType::WarningIcon, title, text, "OK", "Cancel", nullptr,
-                                            juce::ModalCallbackFunction::create (std::move (answered)));
-    });
+    const juce::ScopedLock lock (m_noticeLock);
+    // A flood (a host fuzzing parameters) keeps the newest few.
+    if ((int) m_notices.size() >= maxPendingNotices)
+        m_notices.erase (m_notices.begin());
+    m_notices.push_back (std::move (notice));
+}
+
+std::vector<KaNotice> KaJuceProcessorBase::takeNotices()
+{
+    const juce::ScopedLock lock (m_noticeLock);
+    return std::exchange (m_notices, {});
+}
+
+void KaJuceProcessorBase::beginParameterGesture (int number)
+{
+    beginUndoGesture();
+    if (number >= 0 && number < (int) hostParameters.size())
+        hostParameters[(size_t) number]->beginChangeGesture();
+}
+
+void KaJuceProcessorBase::endParameterGesture (int number)
+{
+    if (number >= 0 && number < (int) hostParameters.size())
+        hostParameters[(size_t) number]->endChangeGesture();
+    endUndoGesture();
+}
+
+bool KaJuceProcessorBase::isAnnounced (int number) const
+{
+    // Host parameters and per-user settings; the editor's own buttons and views are not news.
+    return table.contains (number) && number < KaParameterTable::firstTransient;
+}
+
+void KaJuceProcessorBase::noteBlock (int numSamples) noexcept
+{
+    m_blockInfo.blockSize.store (numSamples, std::memory_order_relaxed);
+    m_blockInfo.processStartMs.store (juce::Time::getMillisecondCounterHiRes(), std::memory_order_relaxed);
+    if (auto* head = getPlayHead())
+        if (const auto position = head->getPosition())
+        {
+            if (const auto samples = position->getTimeInSamples())
+                m_blockInfo.transportSamples.store (*samples, std::memory_order_relaxed);
+            if (const auto seconds = position->getTimeInSeconds())
+                m_blockInfo.transportSeconds.store (*seconds, std::memory_order_relaxed);
+        }
+}
+
+void KaJuceProcessorBase::noteBlockEnd() noexcept
+{
+    const double start = m_blockInfo.processStartMs.load (std::memory_order_relaxed);
+    m_blockInfo.processMs.store (juce::Time::getMillisecondCounterHiRes() - start, std::memory_order_relaxed);
+}
+
+bool KaJuceProcessorBase::isProfilingShown() const noexcept
+{
+    return m_nShowProfilingNumber >= 0 && table.isOn (m_nShowProfilingNumber);
+}
+
+void KaJuceProcessorBase::setProfilingShown (bool shown)
+{
+    if (m_nShowProfilingNumber >= 0)
+        setParameterNotifyingHost (m_nShowProfilingNumber, shown ? 1.0f : 0.0f);
 }

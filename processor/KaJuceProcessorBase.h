@@ -13,6 +13,16 @@
 #include <functional>
 
 class KaHostParameter;
+class KaProfiler;
+
+/** A warning or question for the user, held until an editor shows it. */
+struct KaNotice
+{
+    juce::String title, text;
+    /** Set for an OK/Cancel question: runs on the message thread with the answer (true: OK),
+        never after the processor has gone. */
+    std::function<void (bool ok)> onAnswer;
+};
 
 /** The reusable frame of a Kestro Audio plug-in: the parameter table and the host's view of
     it, the per-user settings, logging, host detection, the start-up states and the message
@@ -81,9 +91,42 @@ public:
     static void setAutomationLogging (bool on) noexcept;
     static void setTestFlag (bool on) noexcept;
 
-    /** A warning for the user: logged, and shown in a message box when a display exists. */
+    /** A warning for the user: logged at once and kept for the editor, which shows it inside
+        its window when it is open or next opened. The processor never opens a window itself:
+        hosts may have no display, or none that survives a window nobody asked for. Any thread
+        but the audio thread. */
     virtual void postWarning (const juce::String& title, const juce::String& text);
-    int getNumWarningsPosted() const noexcept { return numWarningsPosted; }
+    int getNumWarningsPosted() const noexcept { return numWarningsPosted.load(); }
+    /** Message thread: the warnings and questions not yet shown, oldest first. */
+    std::vector<KaNotice> takeNotices();
+    static constexpr int maxPendingNotices = 8;
+
+    // Editor ------------------------------------------------------------------------------------
+    /** An editor's mouse gesture on a parameter: one host automation gesture and one undo step.
+        Message thread. */
+    void beginParameterGesture (int number);
+    void endParameterGesture (int number);
+    /** Whether a change of the parameter is announced in the editor's status line, and whether
+        its name alone says it all (no ": value"). */
+    virtual bool isAnnounced (int number) const;
+    virtual bool isAnnouncedWithoutValue (int number) const { juce::ignoreUnused (number); return false; }
+    /** True while the processor cannot run (the editor covers itself). */
+    virtual bool isPluginDisabled() const noexcept { return false; }
+    /** The editor's profiling overlay (the "ShowProfiling" control). */
+    bool isProfilingShown() const noexcept;
+    void setProfilingShown (bool shown);
+    /** The timing table the profiling overlay reads, where the product has one. */
+    virtual KaProfiler* getProfiler() noexcept { return nullptr; }
+
+    /** What the host told the last block (the profiling overlay's host box). Any thread. */
+    struct BlockInfo
+    {
+        std::atomic<int> blockSize { 0 };
+        std::atomic<juce::int64> transportSamples { 0 };
+        std::atomic<double> transportSeconds { 0.0 };
+        std::atomic<double> processStartMs { 0.0 }, processMs { 0.0 };  // while profiling
+    };
+    const BlockInfo& getBlockInfo() const noexcept { return m_blockInfo; }
 
     bool hasPersistentParamMapVersionChanged() const noexcept { return persistentMapVersionChanged; }
 
@@ -201,9 +244,9 @@ protected:
         the factory presets, and the stored default preset applied to the parameters. */
     void restorePresetsAtStartup();
 
-    /** An OK/Cancel question for the user: logged as a warning and shown in a box when a
-        display exists; onAnswer (true for OK) runs on the message thread once answered, and
-        never after the processor has gone. */
+    /** An OK/Cancel question for the user: logged as a warning and kept for the editor like
+        postWarning(); onAnswer (true for OK) runs on the message thread once answered, and
+        never after the processor has gone. Unanswered, nothing changes. */
     virtual void postQuestion (const juce::String& title, const juce::String& text, std::function<void (bool ok)> onAnswer);
 
     /** Message-thread work the derived processor does in housekeeping. */
@@ -223,6 +266,10 @@ protected:
     const juce::CriticalSection& getHousekeepingLock() const noexcept { return m_housekeepingLock; }
 
     void markStarted() noexcept;
+    /** Audio thread; no allocation: notes the block size and the host's transport position. */
+    void noteBlock (int numSamples) noexcept;
+    /** Audio thread, at the end of a block that noteBlock() started, while profiling. */
+    void noteBlockEnd() noexcept;
     /** Queues a host notification of a parameter changed from the audio thread. */
     void queueHostNotification (int number) noexcept;
 
@@ -249,7 +296,10 @@ private:
     juce::String hostPath;
     int hostNumber = 0;
     bool persistentMapVersionChanged = false;
-    int numWarningsPosted = 0;
+    std::atomic<int> numWarningsPosted { 0 };
+    juce::CriticalSection m_noticeLock;
+    std::vector<KaNotice> m_notices;  // guarded by m_noticeLock
+    BlockInfo m_blockInfo;
 
     juce::CriticalSection m_housekeepingLock;
     bool m_bHousekeeping = false;  // guarded by m_housekeepingLock
@@ -274,6 +324,7 @@ private:
         PresetPrev, ResetToPreset), found by key; -1 where the product has none. */
     enum Command { commandUndo, commandRedo, commandAB, commandAtoB, commandNext, commandPrevious, commandReset, numCommands };
     std::array<int, numCommands> m_commandNumbers {};
+    int m_nShowProfilingNumber = -1;
 
     // Automation log lines are queued lock-free on the audio thread and written by the timer.
     static constexpr int automationQueueSize = 256;

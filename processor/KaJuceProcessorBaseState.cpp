@@ -116,14 +116,7 @@ void KaJuceProcessorBase::postNewerVersionWarning()
     const auto product = getName();
     const auto text = "This session was saved with a newer version of " + product + " than the one you have installed. "
                       + "You may lose session data if saving out with this plugin. " + "Please update to the latest version.";
-    if (juce::MessageManager::existsAndIsCurrentThread())
-        postWarning ("WARNING", text);
-    else
-        juce::MessageManager::callAsync ([safe = juce::WeakReference<KaJuceProcessorBase> (this), text]
-        {
-            if (auto* processor = safe.get())
-                processor->postWarning ("WARNING", text);
-        });
+    postWarning ("WARNING", text);
 }
 
 void KaJuceProcessorBase::askAboutEarlierVersion (const juce::String& earlierStateText)

@@ -317,6 +317,7 @@ void UpmixerProcessor::processWholeBlock (juce::AudioBuffer<float>& buffer, bool
 {
     juce::ScopedNoDenormals noDenormals;
     markStarted();
+    noteBlock (buffer.getNumSamples());
 
     const int numSamples = buffer.getNumSamples();
     const int numChannels = buffer.getNumChannels();
@@ -338,6 +339,8 @@ void UpmixerProcessor::processWholeBlock (juce::AudioBuffer<float>& buffer, bool
             channels[(size_t) ch] = buffer.getWritePointer (ch, done);
         processChunk (channels.data(), numHost, n, bypassed);
     }
+    if (isProfilingShown())
+        noteBlockEnd();
 }
 
 void UpmixerProcessor::applyInputTrims (float* const* host, int numInputs, int numSamples) noexcept
@@ -587,6 +590,7 @@ void UpmixerProcessor::parameterChanged (int number, float value, bool userChang
         case AutomationLogging: setAutomationLogging (value != 0.0f); break;
         case PanelIO: m_observers.resetSourceMeters(); break;
         case Test: setTestFlag (value != 0.0f); break;
+        case ShowProfiling: profiler.setEnabled (value != 0.0f); break;
         case ShowExtraOutputOptions:
             if (userChange)
                 postWarning ({}, "Changing this setting requires you to restart the host application for it to take effect");
@@ -653,3 +657,8 @@ void UpmixerProcessor::offlineRenderBlock (juce::AudioBuffer<float>& block)
 }
 
 void UpmixerProcessor::offlineRenderEnd() { offline.renderEnd(); }
+
+bool UpmixerProcessor::isAnnouncedWithoutValue (int number) const
+{
+    return number == Bypass || number == AudioThru || number == MonitorSource || number == MonitorUpmix;
+}

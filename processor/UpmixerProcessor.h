@@ -44,6 +44,12 @@ public:
 
     // UpmixerAlgoInterface --------------------------------------------------------------------
     KaProfiler* getProfiler() noexcept override { return &profiler; }
+
+    // Editor ------------------------------------------------------------------------------------
+    /** Bypass, Audio Thru and the Source and Upmix Listen modes: their names say it all. */
+    bool isAnnouncedWithoutValue (int number) const override;
+    /** A host that gives no input or fewer than two outputs leaves nothing to upmix. */
+    bool isPluginDisabled() const noexcept override { return layout.numInputs < 1 || layout.numOutputs < 2; }
     float getParameterValue (int number) const noexcept override { return getParameterTable().get (number); }
 
     // Channels --------------------------------------------------------------------------------

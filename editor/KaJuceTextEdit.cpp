@@ -1,0 +1,85 @@
+#include "editor/KaJuceTextEdit.h"
+#include "editor/KaOglDraw.h"
+
+KaJuceTextEdit::KaJuceTextEdit (const juce::String& name) : KaJuceControlWithHelpers (name)
+{
+    setWantsKeyboardFocus (true);
+    setMouseCursor (juce::MouseCursor::IBeamCursor);
+}
+
+juce::String KaJuceTextEdit::filtered (const juce::String& text, Filter filter, int maxLength)
+{
+    juce::String result = text;
+    if (filter != Filter::none)
+    {
+        const bool negative = text.startsWithChar ('-');
+        result = text.retainCharacters (filter == Filter::integer ? "0123456789" : "0123456789.");
+        if (negative)
+            result = "-" + result;
+    }
+    if (maxLength > 0 && result.length() > maxLength)
+        result = result.substring (0, maxLength);
+    return result;
+}
+
+void KaJuceTextEdit::setText (const juce::String& text)
+{
+    m_text.set (text);
+    requestRedraw();
+}
+
+void KaJuceTextEdit::edited (juce::String text)
+{
+    const auto kept = filtered (text, m_filter, m_nMaxLength);
+    if (kept != m_text.get())
+        setText (kept);
+}
+
+void KaJuceTextEdit::mouseDown (const juce::MouseEvent&)
+{
+    if (isEnabled())
+        grabKeyboardFocus();
+}
+
+bool KaJuceTextEdit::keyPressed (const juce::KeyPress& key)
+{
+    auto text = m_text.get();
+    if (key == juce::KeyPress::returnKey)
+    {
+        if (onReturn)
+            onReturn (text);
+        return true;
+    }
+    if (key == juce::KeyPress::escapeKey)
+    {
+        giveAwayKeyboardFocus();
+        return true;
+    }
+    if (key == juce::KeyPress::backspaceKey)
+        edited (text.dropLastCharacters (1));
+    else if (const auto c = key.getTextCharacter(); c >= ' ' && ! key.getModifiers().isCtrlDown())
+        edited (text + juce::String::charToString (c));
+    else
+        return false;
+    return true;
+}
+
+void KaJuceTextEdit::render (double time)
+{
+    const auto area = getLocalBounds().toFloat();
+    const bool focused = hasKeyboardFocus (false);
+    KaOglDraw::fillRoundedRect (area, 3.0f, KaJuceTheme::background);
+    KaOglDraw::drawRoundedRect (area, 3.0f, focused ? getAccentColour() : KaJuceTheme::controlEdge);
+    auto* font = getOglFont (getLabelFontSize());
+    if (font == nullptr)
+        return;
+    const auto& text = m_text.forRender();
+    const auto inner = getLocalBounds().reduced (6, 0);
+    font->drawText (text, inner, juce::Justification::centredLeft, getTextColour());
+    // A blinking caret at the end of the text while focused.
+    if (focused && std::fmod (time, 1.0) < 0.6)
+    {
+        const float x = (float) inner.getX() + (float) juce::jmin (font->getTextWidth (text), inner.getWidth()) + 1.0f;
+        KaOglDraw::fillRect ({ x, area.getCentreY() - (float) font->getHeight() * 0.5f, 1.0f, (float) font->getHeight() }, getTextColour());
+    }
+}

@@ -1,0 +1,294 @@
+#include "editor/UpmixerEditor.h"
+#include "editor/KaJuceFilmStrip.h"
+#include "editor/KaOglDraw.h"
+#include "processor/UpmixerParameters.h"
+#include "processor/UpmixerProcessor.h"
+
+using namespace UpmixerParam;
+
+namespace
+{
+    constexpr int headerHeight = 48, tabHeight = 30, statusHeight = 26, margin = 10, pageColumns = 3;
+    constexpr int knobFrames = 101;
+
+    std::vector<int> range (int first, int count)
+    {
+        std::vector<int> numbers;
+        for (int i = 0; i < count; ++i)
+            numbers.push_back (first + i);
+        return numbers;
+    }
+
+    /** The page background: a plain container, drawn by nothing. */
+    class Page : public juce::Component
+    {
+    public:
+        explicit Page (const juce::String& name) { setName (name); setInterceptsMouseClicks (false, true); }
+    };
+
+    /** The header's background strip. */
+    class HeaderBar : public KaOglChildComponent
+    {
+    public:
+        HeaderBar() { setName ("m_header"); setInterceptsMouseClicks (false, false); }
+        void render (double) override
+        {
+            KaOglDraw::fillVerticalGradient (getLocalBounds().toFloat(), KaJuceTheme::panel.brighter (0.06f), KaJuceTheme::panel);
+            KaOglDraw::fillRect (getLocalBounds().toFloat().removeFromBottom (1.0f), KaJuceTheme::panelEdge);
+        }
+    };
+}
+
+template <typename T, typename... Args>
+T& UpmixerEditor::own (Args&&... args)
+{
+    auto object = std::make_unique<T> (std::forward<Args> (args)...);
+    auto& ref = *object;
+    m_owned.push_back (std::move (object));
+    return ref;
+}
+
+UpmixerEditor::UpmixerEditor (UpmixerProcessor& processor)
+    : KaJuceEditorBase (processor), m_upmixer (processor),
+      m_btnPresetPrev ("<", PresetPrev, KaJuceButton::Mode::push), m_btnPresetNext (">", PresetNext, KaJuceButton::Mode::push),
+      m_btnUndo ("Undo", Undo, KaJuceButton::Mode::push), m_btnRedo ("Redo", Redo, KaJuceButton::Mode::push),
+      m_btnAB ("A/B", AB, KaJuceButton::Mode::push), m_btnAtoB ("A > B", AtoB, KaJuceButton::Mode::push),
+      m_btnBypass ("Bypass", Bypass), m_btnMenu ("Menu", noParameter, KaJuceButton::Mode::push)
+{
+    setName ("UpmixerEditor");
+    m_knobStrip = KaJuceFilmStrip::makeKnob (48, knobFrames, KaJuceTheme::accent);
+
+    addToFrame (own<HeaderBar>());
+    m_readoutTitle.setLabel ("ORRIN UPMIX");
+    m_readoutTitle.setLabelFontSize (KaJuceTheme::headingText);
+    m_readoutTitle.setDrawsBackground (false);
+    m_readoutTitle.setTextColour (KaJuceTheme::accent);
+    m_readoutPreset.setLabelFontSize (KaJuceTheme::titleText);
+    m_readoutStatus.setTextColour (KaJuceTheme::textDim);
+    m_readoutStatus.setLabel ("Ready");
+    for (auto* c : std::initializer_list<KaJuceControl*> { &m_readoutTitle, &m_readoutPreset, &m_btnPresetPrev, &m_btnPresetNext, &m_btnUndo,
+                                                           &m_btnRedo, &m_btnAB, &m_btnAtoB, &m_btnBypass, &m_btnMenu, &m_readoutStatus })
+    {
+        addToFrame (*c);
+        registerControl (*c);
+    }
+    m_btnBypass.setAccentColour (KaJuceTheme::warning);
+    m_btnMenu.onClick = [this] { showMainMenu (&m_btnMenu); };
+
+    // Pages and their tabs (the editor's view switches).
+    const std::pair<const char*, int> pages[] = { { "Main", PanelMain }, { "Centre & LFE", PanelCenter }, { "I/O", PanelIO }, { "Colours", noParameter } };
+    auto& tabs = *m_groups.emplace_back (std::make_unique<KaJuceControlGroup> (true));
+    for (const auto& [name, number] : pages)
+    {
+        auto& page = own<Page> (juce::String ("m_page") + name);
+        m_pages.push_back (&page);
+        addToFrame (page);
+        auto& tab = own<KaJuceButton> (name);
+        tab.onClick = [this, index = (int) m_tabs.size()] { showPage (index); };
+        m_tabs.push_back (&tab);
+        tabs.add (tab);
+        addToFrame (tab);
+    }
+
+    // Main: dialogue, the spatial shape, surrounds and overheads, Listen.
+    addPanel (0, 0, 1, "Spatial", 3, 82, { Divergence, FadeFS, FadeSB, Diffusion, UpmixPsdWidth }, true);
+    addPanel (0, 0, 1, "Links", 2, 26, { ArcLink, VerticalLink });
+    addPanel (0, 1, 1, "Dialogue", 3, 82, { DialogIsolate, DialogMixInC, DialogExtractionStrength }, true);
+    addPanel (0, 1, 1, "Dialogue detector", 2, 26,
+              { DialogExtractionActive, DialogExtractionAggression, DialogAttack, DialogRelease, DE_RampS, DE_Stability, DDGate0, DDGate1, DDGate2 });
+    addPanel (0, 2, 1, "Surrounds", 2, 26, { ShelfEnable, BackBoost, ShelfFreq, ShelfGain });
+    addPanel (0, 2, 1, "Overheads", 2, 26,
+              { VerticalShelfEnable, ExtendedVerticalParamRange, VerticalOnPhase, VerticalOffPhase, VerticalShelfFreq, VerticalShelfGain, VerticalExcludeC, VerticalExcludeLfe });
+    auto& listen = addPanel (0, 2, 1, "Listen", 4, 24,
+                             { MonitorSource, MonitorUpmix, MonitorDownmix, MonitorDelta, MonitorC, MonitorLfe, MonitorCLF, MonitorLsRs,
+                               MonitorLLs, MonitorRRs, MonitorLC, MonitorCR, MonitorLbRb, MonitorLsLb, MonitorLLb, MonitorLtsRts,
+                               MonitorLLts, MonitorLsLts, MonitorLbLts });
+    auto& listenGroup = *m_groups.emplace_back (std::make_unique<KaJuceControlGroup> (true));
+    for (auto* child : listen.getChildren())
+        if (auto* control = dynamic_cast<KaJuceControl*> (child))
+            listenGroup.add (*control);
+
+    // Centre & LFE, downmix.
+    addPanel (1, 0, 1, "LFE", 2, 26, { Lfe, LfeFreq, LfeSplit, LfeGain });
+    addPanel (1, 0, 1, "Centre LF split", 1, 26, { DivergeLfcEnable, DivergeLfcAmount, DivergeLfcFreq });
+    addPanel (1, 1, 1, "Downmix", 1, 26, { DownmixC, DownmixS, DownmixB, DownmixLfe, DownmixExact, MuteDownmix0, MuteDownmix1 });
+
+    // I/O: routing and inputs, the output channel strips.
+    addPanel (2, 0, 1, "Routing", 1, 26, { Routing, MixType, InputMixType, AmbisonicFormat, TimecodeFramerate, AudioThru });
+    addPanel (2, 1, 1, "Inputs", 2, 26,
+              { TrimSource0, TrimSource1, MuteSource0, MuteSource1, MuteSourceMulti0, MuteSourceMulti1, MuteSourceMulti2, ExcludeC, ExcludeLfe,
+                ExcludeLfeGain, SwitchedMultiInputFadeAlgo });
+    std::vector<int> strips = range (Trim0, numOutputs);
+    for (int i = 0; i < numOutputs; ++i)
+        strips.push_back (Mute0 + i);
+    for (int i = 0; i < numOutputs; ++i)
+        strips.push_back (Solo0 + i);
+    addPanel (2, 0, 3, "Outputs", numOutputs, 26, strips);
+
+    // Colours and meter splits.
+    addPanel (3, 0, 1, "Colours", 2, 26, range (ColC, 11));
+    addPanel (3, 1, 1, "Meter colours", 1, 26, range (Col0LM, 5));
+    addPanel (3, 2, 1, "Meter splits", 1, 26, range (Split1LM, 4));
+
+    keepOverlaysOnTop();
+    setResizable (false, false);
+    setSize (defaultWidth, defaultHeight);
+    showPage (0);
+    fullRefresh();
+}
+
+UpmixerEditor::~UpmixerEditor()
+{
+    // The render thread goes before anything it draws.
+    getOglComponent().stopRenderThread();
+}
+
+KaJuceOglGridComponent& UpmixerEditor::addPanel (int page, int column, int span, const juce::String& title, int columns, int rowHeight,
+                                                  const std::vector<int>& numbers, bool knobs)
+{
+    auto& panel = own<KaJuceOglGridComponent> (title, columns, rowHeight);
+    panel.setName ("m_panel" + title.removeCharacters (" &"));
+    for (int number : numbers)
+        panel.addToGrid (makeControl (number, knobs));
+    m_pages[(size_t) page]->addAndMakeVisible (panel);
+    m_panels.push_back ({ page, column, span, &panel });
+    return panel;
+}
+
+KaJuceControl& UpmixerEditor::makeControl (int number, bool knob)
+{
+    const auto* info = getProcessorBase().getParameterTable().info (number);
+    jassert (info != nullptr);
+    KaJuceControl* control = nullptr;
+    if ((number >= ColC && number <= ColMeterPeak) || (number >= Col0LM && number <= Col4LM))
+    {
+        auto& picker = own<KaJuceColourPicker> (info->name, number);
+        picker.setLabel (info->name);
+        auto& trigger = own<KaJuceColourPickerTriggerButton> ("m_btnColour" + info->key, picker);
+        trigger.setLabel (info->name);
+        addHiddenToFrame (picker);  // over the pages when open
+        registerControl (picker);
+        return trigger;
+    }
+    if (info->kind == KaParamKind::toggle)
+    {
+        auto& button = own<KaJuceButton> (info->name, number);
+        button.setLabel (info->name.fromFirstOccurrenceOf ("Listen ", false, false).isNotEmpty() && number != MonitorSource && number != MonitorUpmix
+                             ? info->name.fromFirstOccurrenceOf ("Listen ", false, false) : info->name);
+        control = &button;
+    }
+    else if (info->kind == KaParamKind::choice && info->choices.size() > 0)
+    {
+        auto& selector = own<KaJuceSelectorControl> (info->name, number);
+        selector.setItems (info->choices);
+        selector.setLabel (info->name);
+        selector.adoptPopUp (getOglComponent());
+        control = &selector;
+    }
+    else
+    {
+        auto& drag = own<KaJuceDragControl> (info->name, number);
+        drag.setLabel (info->name);
+        if (knob)
+            drag.setFilmStrip (m_knobStrip, knobFrames, true);
+        control = &drag;
+    }
+    registerControl (*control);
+    return *control;
+}
+
+KaJuceControl* UpmixerEditor::findControl (int number) const
+{
+    for (auto* c : getRegisteredControls())
+        if (c->getParameterIndex() == number)
+            return c;
+    return nullptr;
+}
+
+void UpmixerEditor::showPage (int page)
+{
+    page = juce::jlimit (0, (int) m_pages.size() - 1, page);
+    for (size_t i = 0; i < m_pages.size(); ++i)
+    {
+        m_pages[i]->setVisible ((int) i == page);
+        m_tabs[i]->setValue ((int) i == page ? 1.0f : 0.0f, false);
+    }
+    const int views[] = { PanelMain, PanelCenter, PanelIO };
+    for (int i = 0; i < 3; ++i)
+        getProcessorBase().setParameterNotifyingHost (views[i], i == page ? 1.0f : 0.0f, false);
+}
+
+void UpmixerEditor::resized()
+{
+    KaJuceEditorBase::resized();
+    auto area = getLocalBounds();
+    auto header = area.removeFromTop (headerHeight);
+    if (! m_owned.empty())
+        m_owned.front()->setBounds (header);  // the header bar
+    header.reduce (margin, 9);
+    m_readoutTitle.setBounds (header.removeFromLeft (150));
+    m_btnMenu.setBounds (header.removeFromRight (64));
+    header.removeFromRight (12);
+    m_btnBypass.setBounds (header.removeFromRight (72));
+    header.removeFromRight (12);
+    for (auto* b : { &m_btnAtoB, &m_btnAB, &m_btnRedo, &m_btnUndo })
+    {
+        b->setBounds (header.removeFromRight (58));
+        header.removeFromRight (6);
+    }
+    header.removeFromRight (12);
+    m_btnPresetPrev.setBounds (header.removeFromLeft (30));
+    header.removeFromLeft (4);
+    m_btnPresetNext.setBounds (header.removeFromRight (30));
+    header.removeFromRight (4);
+    m_readoutPreset.setBounds (header);
+
+    m_readoutStatus.setBounds (area.removeFromBottom (statusHeight).reduced (margin, 3));
+    auto tabs = area.removeFromTop (tabHeight).reduced (margin, 3);
+    for (auto* tab : m_tabs)
+    {
+        tab->setBounds (tabs.removeFromLeft (120));
+        tabs.removeFromLeft (6);
+    }
+
+    const auto pageArea = area.reduced (margin, 4);
+    const int columnWidth = (pageArea.getWidth() - (pageColumns - 1) * margin) / pageColumns;
+    std::vector<int> top ((size_t) (m_pages.size() * pageColumns), 0);
+    for (auto* page : m_pages)
+        page->setBounds (pageArea);
+    for (const auto& place : m_panels)
+    {
+        int y = 0;
+        for (int c = place.column; c < place.column + place.span; ++c)
+            y = juce::jmax (y, top[(size_t) (place.page * pageColumns + c)]);
+        const int height = place.panel->getRequiredHeight();
+        place.panel->setBounds (place.column * (columnWidth + margin), y, place.span * columnWidth + (place.span - 1) * margin, height);
+        for (int c = place.column; c < place.column + place.span; ++c)
+            top[(size_t) (place.page * pageColumns + c)] = y + height + margin;
+    }
+}
+
+void UpmixerEditor::showParameterChange (const juce::String& text, int)
+{
+    m_readoutStatus.setLabel (text);
+}
+
+void UpmixerEditor::updateOtherState()
+{
+    const auto& preset = getProcessorBase().getCurrentPreset();
+    auto name = preset.isSet() ? preset.getName() : juce::String ("No preset");
+    if (getProcessorBase().isComparingB())
+        name << "   [B]";
+    if (name != m_readoutPreset.getLabel())
+        m_readoutPreset.setLabel (name);
+}
+
+bool UpmixerEditor::keyPressed (const juce::KeyPress& key)
+{
+    const bool command = key.getModifiers().isCommandDown();
+    if (command && key.getKeyCode() == 'Z' && ! key.getModifiers().isShiftDown())
+        return getProcessorBase().undo(), true;
+    if (command && (key.getKeyCode() == 'Y' || (key.getKeyCode() == 'Z' && key.getModifiers().isShiftDown())))
+        return getProcessorBase().redo(), true;
+    return false;
+}
