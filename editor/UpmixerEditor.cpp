@@ -173,8 +173,8 @@ KaJuceControl& UpmixerEditor::makeControl (int number, bool knob)
     if (info->kind == KaParamKind::toggle)
     {
         auto& button = own<KaJuceButton> (info->name, number);
-        button.setLabel (info->name.fromFirstOccurrenceOf ("Listen ", false, false).isNotEmpty() && number != MonitorSource && number != MonitorUpmix
-                             ? info->name.fromFirstOccurrenceOf ("Listen ", false, false) : info->name);
+        // In the Listen panel the word "Listen" goes without saying.
+        button.setLabel (info->name.startsWith ("Listen ") ? info->name.fromFirstOccurrenceOf ("Listen ", false, false) : info->name);
         control = &button;
     }
     else if (info->kind == KaParamKind::choice && info->choices.size() > 0)

@@ -1,0 +1,188 @@
+// The editor's toolkit and binding on real components with synthetic mouse events:
+// - drag: 250 px upward covers the range, the fine modifier a tenth of that, the larger axis
+//   wins (horizontal on a tie), wrap past either end, a reset drag resets and then stays;
+// - film-strip frames (unspread 1001 frames, spread 10 frames);
+// - text filters (decimal, integer, maximum length);
+// - glyph tables: the shipped fonts load, garbage is refused; the zero-size projection;
+// - binding through UpmixerEditor: one host gesture and one undo step per drag, 9999 never
+//   reaches the processor, announcements ("Name: value", name only, nothing);
+// - processor notices (a newer session) shown inside the editor, never in a window.
+#include "editor/KaJuceDragControl.h"
+#include "editor/KaJuceOglFont.h"
+#include "editor/KaJuceTextEdit.h"
+#include "editor/KaOglComponent.h"
+#include "editor/UpmixerEditor.h"
+#include "processor/UpmixerParameters.h"
+#include "processor/UpmixerProcessor.h"
+
+#include <BinaryData.h>
+#include <gtest/gtest.h>
+
+using namespace UpmixerParam;
+
+namespace
+{
+    juce::MouseEvent mouseAt (juce::Component& c, juce::Point<float> p, juce::ModifierKeys mods = {}, juce::Point<float> down = {})
+    {
+        return { juce::Desktop::getInstance().getMainMouseSource(), p, mods, 0.0f, 0.0f, 0.0f, 0.0f, 0.0f, &c, &c,
+                 juce::Time::getCurrentTime(), down, juce::Time::getCurrentTime(), 1, true };
+    }
+
+    /** Drags from (0, 0) by (dx, dy) in steps of one pixel along the larger axis. */
+    void drag (KaJuceDragControl& c, float dx, float dy, juce::ModifierKeys mods = {})
+    {
+        struct Access : KaJuceDragControl
+        {
+            using KaJuceDragControl::mouseDown, KaJuceDragControl::mouseDrag, KaJuceDragControl::mouseUp;
+        };
+        auto& a = static_cast<Access&> (c);
+        a.mouseDown (mouseAt (c, {}, mods));
+        const int steps = (int) juce::jmax (std::abs (dx), std::abs (dy));
+        for (int i = 1; i <= steps; ++i)
+            a.mouseDrag (mouseAt (c, { dx * (float) i / (float) steps, dy * (float) i / (float) steps }, mods));
+        a.mouseUp (mouseAt (c, { dx, dy }, mods));
+    }
+
+    struct GestureCounter : juce::AudioProcessorListener
+    {
+        int begun = 0, ended = 0;
+        void audioProcessorParameterChanged (juce::AudioProcessor*, int, float) override {}
+        void audioProcessorChanged (juce::AudioProcessor*, const ChangeDetails&) override {}
+        void audioProcessorParameterChangeGestureBegin (juce::AudioProcessor*, int) override { ++begun; }
+        void audioProcessorParameterChangeGestureEnd (juce::AudioProcessor*, int) override { ++ended; }
+    };
+}
+
+TEST (EditorToolkit, DragSensitivityFineFactorAxesWrapAndReset)
+{
+    KaJuceDragControl c ("drag");
+    c.setFilmStrip (juce::Image (juce::Image::ARGB, 4, 4 * 101, true), 101, true);
+
+    drag (c, 0.0f, -250.0f);
+    EXPECT_NEAR (c.getValue(), 1.0f, 1e-4f);
+    c.setValue (0.0f, false);
+    drag (c, 0.0f, -250.0f, juce::ModifierKeys::shiftModifier);
+    EXPECT_NEAR (c.getValue(), 0.1f, 1e-4f);
+
+    c.setValue (0.5f, false);
+    drag (c, 20.0f, 10.0f);  // mostly right: +20 px
+    EXPECT_NEAR (c.getValue(), 0.58f, 1e-4f);
+    drag (c, -10.0f, -10.0f);  // a tie: horizontal, -10 px
+    EXPECT_NEAR (c.getValue(), 0.54f, 1e-4f);
+
+    // A clamp at the end is not undone by moving back.
+    c.setValue (0.9f, false);
+    drag (c, 100.0f, 0.0f);
+    drag (c, -25.0f, 0.0f);
+    EXPECT_NEAR (c.getValue(), 0.9f, 1e-4f);
+
+    c.setWrap (true);
+    c.setValue (0.99f, false);
+    drag (c, 5.0f, 0.0f);
+    EXPECT_LT (c.getValue(), 0.05f);
+    c.setValue (0.0f, true);
+    c.setValue (-0.01f, true);
+    EXPECT_EQ (c.getValue(), 1.0f);
+
+    // Reset modifier: back to the default, then the drag does nothing.
+    c.setWrap (false);
+    c.setDefaultValue (0.25f);
+    c.setValue (0.7f, false);
+    drag (c, 0.0f, -100.0f, juce::ModifierKeys::ctrlModifier);
+    EXPECT_EQ (c.getValue(), 0.25f);
+
+    // Under Pro Tools reset is Alt and fine adjustment Ctrl.
+    KaJuceControl::setProToolsModifiers (true);
+    c.setValue (0.0f, false);
+    drag (c, 0.0f, -250.0f, juce::ModifierKeys::ctrlModifier);
+    KaJuceControl::setProToolsModifiers (false);
+    EXPECT_NEAR (c.getValue(), 0.1f, 1e-4f);
+}
+
+TEST (EditorToolkit, FilmStripFramesAndTextFilters)
+{
+    KaJuceDragControl c ("strip");
+    c.setFilmStrip (juce::Image (juce::Image::ARGB, 2, 2 * 1001, true), 1001, false);
+    EXPECT_EQ (c.frameForValue (0.5f), 500);
+    EXPECT_EQ (c.frameForValue (1.0f), 1000);
+    c.setFilmStrip (juce::Image (juce::Image::ARGB, 2, 20, true), 10, true);
+    EXPECT_EQ (c.frameForValue (1.0f), 9);
+    c.setFilmStrip (juce::Image (juce::Image::ARGB, 2, 20, true), 10, false);
+    c.setValue (1.0f, true);
+    EXPECT_NEAR (c.getValue(), 0.009f, 1e-6f);  // unspread: one thousandth per frame
+
+    using F = KaJuceTextEdit::Filter;
+    EXPECT_EQ (KaJuceTextEdit::filtered ("-12a.5", F::decimal, 0), "-12.5");
+    EXPECT_EQ (KaJuceTextEdit::filtered ("-12a.5", F::integer, 0), "-125");
+    EXPECT_EQ (KaJuceTextEdit::filtered ("Film Mix", F::none, 4), "Film");
+}
+
+TEST (EditorFrame, FontsProjectionAndTextures)
+{
+    for (int size : KaOglComponent::fontSizes)
+    {
+        int bytes = 0;
+        const char* data = BinaryData::getNamedResource (("FONT_FontText" + juce::String (size) + "_glyphs").toRawUTF8(), bytes);
+        ASSERT_NE (data, nullptr) << size;
+        const auto table = KaJuceOglFont::parseTable (juce::String::fromUTF8 (data, bytes));
+        ASSERT_TRUE (table.has_value()) << size;
+        EXPECT_EQ (table->size, size);
+        // Latin-1 is there: preset names with accents draw.
+        EXPECT_TRUE (std::any_of (table->glyphs.begin(), table->glyphs.end(), [] (const auto& g) { return g.code == 0xe9; }));
+    }
+    EXPECT_FALSE (KaJuceOglFont::parseTable ("size 10 height 12 ascent 10 image 8 8\n65 0 0 20 20 0 0 7").has_value());  // outside
+    EXPECT_FALSE (KaJuceOglFont::parseTable ("not a table").has_value());
+
+    const auto identity = KaOglComponent::projectionFor (0, 300);
+    EXPECT_EQ (identity[0], 1.0f);
+    EXPECT_EQ (identity[12], 0.0f);
+    const auto ortho = KaOglComponent::projectionFor (200, 100);
+    EXPECT_FLOAT_EQ (ortho[0] * 0.0f + ortho[12], -1.0f);    // x = 0 at the left edge
+    EXPECT_FLOAT_EQ (ortho[5] * 100.0f + ortho[13], -1.0f);  // y = height at the bottom
+
+    KaOglComponentTexture empty (nullptr, juce::Image());
+    EXPECT_FALSE (empty.bind());  // nothing is generated for an empty image
+    EXPECT_EQ (empty.getTextureName(), 0u);
+}
+
+TEST (EditorBinding, GesturesUndoAnnouncementsAndNotices)
+{
+    UpmixerProcessor processor;
+    GestureCounter gestures;
+    processor.addListener (&gestures);
+    {
+        UpmixerEditor editor (processor);
+        auto* divergence = dynamic_cast<KaJuceDragControl*> (editor.findControl (Divergence));
+        ASSERT_NE (divergence, nullptr);
+        const float before = processor.getParameterValue (Divergence);
+        processor.clearUndoHistory();
+
+        drag (*divergence, 0.0f, -25.0f);
+        EXPECT_NEAR (processor.getParameterValue (Divergence), before + 0.1f, 1e-4f);
+        EXPECT_EQ (gestures.begun, 1);
+        EXPECT_EQ (gestures.ended, 1);
+        processor.undo();  // the whole drag is one step
+        EXPECT_EQ (processor.getParameterValue (Divergence), before);
+        EXPECT_FALSE (processor.canUndo());
+
+        EXPECT_TRUE (editor.announcementFor (Divergence).startsWith ("Divergence: "));
+        EXPECT_EQ (editor.announcementFor (Bypass), "Bypass");
+        EXPECT_EQ (editor.announcementFor (KaJuceControl::noParameter), "");
+
+        // A control bound to 9999 never reaches the processor.
+        KaJuceDragControl loose ("loose");
+        editor.registerControl (loose);
+        const auto values = processor.getHostValues();
+        drag (loose, 0.0f, -100.0f);
+        EXPECT_EQ (processor.getHostValues(), values);
+
+        // A session from a newer version: a notice inside the editor, no window anywhere.
+        processor.setParameter (ParamMapVersion, 0.999f);
+        processor.checkParamMapVersionCompatibility();
+        editor.updateGui();
+        EXPECT_EQ (juce::TopLevelWindow::getNumTopLevelWindows(), 0);
+        ASSERT_TRUE (editor.getNoticeBox().isShowingNotice());
+        EXPECT_TRUE (editor.getNoticeBox().getShownText().contains ("newer version"));
+    }
+    processor.removeListener (&gestures);
+}
