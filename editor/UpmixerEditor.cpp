@@ -20,10 +20,13 @@ namespace
     }
 
     /** The page background: a plain container, drawn by nothing. */
-    class Page : public juce::Component
+    /** A page of panels. It draws nothing itself, but as a child of the frame its showing and
+        hiding makes the frame rebuild what it draws. */
+    class Page : public KaOglChildComponent
     {
     public:
         explicit Page (const juce::String& name) { setName (name); setInterceptsMouseClicks (false, true); }
+        void render (double) override {}
     };
 
     /** The header's background strip. */

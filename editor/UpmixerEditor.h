@@ -30,6 +30,7 @@ public:
     /** Shows one page: 0 Main, 1 Centre & LFE, 2 I/O, 3 Colours. */
     void showPage (int page);
     int getNumPages() const noexcept { return (int) m_pages.size(); }
+    juce::String getPageName (int page) const { return m_tabs[(size_t) juce::jlimit (0, getNumPages() - 1, page)]->getName(); }
     juce::String getStatusText() const { return m_readoutStatus.getLabel(); }
 
 protected:

@@ -9,42 +9,13 @@
 
 #include <gtest/gtest.h>
 
-// Xlib last: its macros (None, Bool, Status) clash with names in the headers above.
-#include <X11/Xlib.h>
-#include <X11/Xutil.h>
-#undef None
-#undef Bool
-#undef Status
+#include "XWindowGrab.h"
 
 using HostPluginLoader::Format;
 
 namespace
 {
     bool haveDisplay() { return juce::SystemStats::getEnvironmentVariable ("DISPLAY", {}).isNotEmpty(); }
-
-    /** Pixels of a window, read from the X server (includes the OpenGL child window). */
-    juce::Image grabWindow (juce::Component& c)
-    {
-        juce::Image image;
-        auto* peer = c.getPeer();
-        Display* display = XOpenDisplay (nullptr);
-        if (peer == nullptr || display == nullptr)
-            return image;
-        const int w = c.getWidth(), h = c.getHeight();
-        if (XImage* x = XGetImage (display, (Window) (juce::pointer_sized_int) peer->getNativeHandle(), 0, 0, (unsigned) w, (unsigned) h, AllPlanes, ZPixmap))
-        {
-            image = juce::Image (juce::Image::RGB, w, h, false);
-            for (int y = 0; y < h; ++y)
-                for (int xx = 0; xx < w; ++xx)
-                {
-                    const auto p = XGetPixel (x, xx, y);
-                    image.setPixelAt (xx, y, juce::Colour ((juce::uint8) (p >> 16), (juce::uint8) (p >> 8), (juce::uint8) p));
-                }
-            XDestroyImage (x);
-        }
-        XCloseDisplay (display);
-        return image;
-    }
 
     /** Pixels in an area close to the title's colour (the editor's accent). */
     int accentPixels (const juce::Image& image, juce::Rectangle<int> area)
@@ -76,20 +47,14 @@ TEST (HostEditor, Vst3EditorRendersItsBitmapTextInARealWindow)
     editor->setVisible (true);
     pump (2500);
 
-    const auto pixels = grabWindow (*editor);
+    const auto pixels = XWindowGrab::grab (*editor);
     ASSERT_TRUE (pixels.isValid());
     // The title "ORRIN UPMIX" sits at the header's left (x 10..160, y 9..39) in the accent
     // colour; just above it and at the empty right of the status line there is none.
     EXPECT_GT (accentPixels (pixels, { 10, 9, 150, 30 }), 60);
     EXPECT_EQ (accentPixels (pixels, { 10, 0, 150, 6 }), 0);
     EXPECT_EQ (accentPixels (pixels, { 700, editor->getHeight() - 20, 300, 14 }), 0);
-    juce::PNGImageFormat png;
-    if (auto out = juce::File (ORRIN_TEST_SHOT_DIR).getChildFile ("host-editor.png"); out.getParentDirectory().createDirectory())
-    {
-        out.deleteFile();
-        juce::FileOutputStream stream (out);
-        png.writeImageToStream (pixels, stream);
-    }
+    XWindowGrab::writePng (pixels, juce::File (ORRIN_TEST_SHOT_DIR).getChildFile ("host-editor.png"));
     editor.reset();
 }
 

@@ -1,0 +1,156 @@
+// editor-screenshot: opens the editor of a running processor in a real window while a clip
+// plays through it in real time, and writes one PNG per page and layout,
+// "editor-<layout>-<page>.png". Run under a display, for example
+//   xvfb-run -a -s "-screen 0 1600x1000x24" build/tools/editor-screenshot/editor-screenshot --out docs/images
+#include "editor/UpmixerEditor.h"
+#include "processor/UpmixerProcessor.h"
+
+#include <CLI/CLI.hpp>
+#include <juce_audio_formats/juce_audio_formats.h>
+
+#include <atomic>
+#include <iostream>
+#include <thread>
+
+#include "XWindowGrab.h"
+
+namespace
+{
+    juce::AudioChannelSet layoutNamed (const std::string& name)
+    {
+        if (name == "7.1") return juce::AudioChannelSet::create7point1();
+        if (name == "7.1.2") return juce::AudioChannelSet::create7point1point2();
+        if (name == "7.1.4") return juce::AudioChannelSet::create7point1point4();
+        return juce::AudioChannelSet::create5point1();
+    }
+
+    juce::AudioBuffer<float> readClip (const juce::File& file, double& sampleRate)
+    {
+        juce::AudioFormatManager formats;
+        formats.registerBasicFormats();
+        std::unique_ptr<juce::AudioFormatReader> reader (formats.createReaderFor (file));
+        juce::AudioBuffer<float> clip;
+        if (reader != nullptr)
+        {
+            sampleRate = reader->sampleRate;
+            clip.setSize (2, (int) reader->lengthInSamples);
+            reader->read (&clip, 0, clip.getNumSamples(), 0, true, reader->numChannels > 1);
+        }
+        return clip;
+    }
+
+    /** Plays the clip through the processor in real time, looping, on a thread of its own. */
+    class ClipPlayer
+    {
+    public:
+        ClipPlayer (UpmixerProcessor& p, const juce::AudioBuffer<float>& clip, int blockSize, double sampleRate)
+            : m_thread ([this, &p, &clip, blockSize, sampleRate]
+              {
+                  const int channels = std::max (2, p.getTotalNumOutputChannels());
+                  juce::AudioBuffer<float> buffer (channels, blockSize);
+                  juce::MidiBuffer midi;
+                  const auto blockTime = std::chrono::duration<double> (blockSize / sampleRate);
+                  auto next = std::chrono::steady_clock::now();
+                  for (int pos = 0; m_running; pos = (pos + blockSize) % std::max (1, clip.getNumSamples() - blockSize))
+                  {
+                      buffer.clear();
+                      for (int ch = 0; ch < 2 && clip.getNumSamples() > blockSize; ++ch)
+                          buffer.copyFrom (ch, 0, clip, ch, pos, blockSize);
+                      p.processBlock (buffer, midi);
+                      next += std::chrono::duration_cast<std::chrono::steady_clock::duration> (blockTime);
+                      std::this_thread::sleep_until (next);
+                  }
+              })
+        {
+        }
+        ~ClipPlayer() { m_running = false; m_thread.join(); }
+
+    private:
+        std::atomic<bool> m_running { true };
+        std::thread m_thread;
+    };
+
+    void pump (int ms) { juce::MessageManager::getInstance()->runDispatchLoopUntil (ms); }
+}
+
+int main (int argc, char** argv)
+{
+    CLI::App app { "Writes the editor of a running processor, per page and layout, to PNG files.", "editor-screenshot" };
+    std::string out = "shots", input = ORRIN_DEMO_CLIP;
+    std::vector<std::string> layouts { "5.1", "7.1", "7.1.2", "7.1.4" };
+    double seconds = 4.0;
+    int skip = 5;
+    app.add_option ("--out", out, "Folder for the PNG files");
+    app.add_option ("--layouts", layouts, "Output layouts: 5.1, 7.1, 7.1.2, 7.1.4")->delimiter (',');
+    app.add_option ("--input", input, "Clip to play (stereo; the demo clip by default)")->check (CLI::ExistingFile);
+    app.add_option ("--seconds", seconds, "Seconds of playback before the first picture")->check (CLI::Range (0.5, 60.0));
+    app.add_option ("--start", skip, "Seconds into the clip where playback starts")->check (CLI::Range (0, 600));
+    CLI11_PARSE (app, argc, argv);
+
+    if (juce::SystemStats::getEnvironmentVariable ("DISPLAY", {}).isEmpty())
+    {
+        std::cerr << "editor-screenshot: needs an X display (run it under xvfb-run)\n";
+        return 1;
+    }
+    XWindowGrab::tolerateXErrors();
+    juce::ScopedJuceInitialiser_GUI gui;
+    UpmixerProcessor::editorFactory = [] (UpmixerProcessor& p) -> juce::AudioProcessorEditor* { return new UpmixerEditor (p); };
+
+    double sampleRate = 48000.0;
+    auto clip = readClip (juce::File (input), sampleRate);
+    if (clip.getNumSamples() < (int) sampleRate)
+    {
+        std::cerr << "editor-screenshot: cannot read at least a second of audio from " << input << "\n";
+        return 1;
+    }
+    const int start = std::min ((int) (skip * sampleRate), clip.getNumSamples() / 2);
+    juce::AudioBuffer<float> played (2, clip.getNumSamples() - start);
+    for (int ch = 0; ch < 2; ++ch)
+        played.copyFrom (ch, 0, clip, ch, start, played.getNumSamples());
+
+    const juce::File folder (juce::File::getCurrentWorkingDirectory().getChildFile (out));
+    constexpr int blockSize = 512;
+    for (const auto& layoutName : layouts)
+    {
+        UpmixerProcessor processor;
+        juce::AudioProcessor::BusesLayout layout;
+        layout.inputBuses.add (juce::AudioChannelSet::stereo());
+        layout.outputBuses.add (layoutNamed (layoutName));
+        if (! processor.setBusesLayout (layout))
+        {
+            std::cerr << "editor-screenshot: layout " << layoutName << " refused\n";
+            return 1;
+        }
+        processor.setRateAndBufferSizeDetails (sampleRate, blockSize);
+        processor.prepareToPlay (sampleRate, blockSize);
+        ClipPlayer player (processor, played, blockSize, sampleRate);
+
+        std::unique_ptr<juce::AudioProcessorEditor> base (processor.createEditorIfNeeded());
+        auto* editor = dynamic_cast<UpmixerEditor*> (base.get());
+        if (editor == nullptr)
+        {
+            std::cerr << "editor-screenshot: the processor has no editor\n";
+            return 1;
+        }
+        editor->setTopLeftPosition (0, 0);
+        editor->addToDesktop (0);
+        editor->setVisible (true);
+        pump ((int) (seconds * 1000.0));
+        for (int page = 0; page < editor->getNumPages(); ++page)
+        {
+            editor->showPage (page);
+            pump (1200);
+            const auto file = folder.getChildFile ("editor-" + juce::String (layoutName) + "-"
+                                                   + juce::File::createLegalFileName (editor->getPageName (page).toLowerCase().removeCharacters (" &/")) + ".png");
+            if (! XWindowGrab::writePng (XWindowGrab::grab (*editor), file))
+            {
+                std::cerr << "editor-screenshot: cannot write " << file.getFullPathName() << "\n";
+                return 1;
+            }
+            std::cout << file.getFullPathName() << "\n";
+        }
+        base.reset();
+        processor.releaseResources();
+    }
+    return 0;
+}
