@@ -118,6 +118,7 @@ namespace UpmixCommandLine
             return fail (result.error.toStdString(), 1);
 
         const juce::File picture (options.output.getFullPathName() + ".png");
+        recorder.takeFilePeaks (result.channels);
         if (report)
             if (const auto error = writeReportPicture (options, result, recorder, picture); error.isNotEmpty())
                 return fail (error.toStdString(), 1);

@@ -29,7 +29,8 @@ void UpmixReportRecorder::afterBlock (const UpmixerProcessor& processor, double 
 {
     if (bands == nullptr)
         start (processor);
-    readPeaks (processor);
+    // The meters also saw the warm-up before the file; those readings are dropped.
+    readPeaks (processor, outputSeconds > 0.0);
     if (outputSeconds < 0.0 || ! processor.getObservers().getUpmixHaze()->readSnapshot (snapshot))
         return;
 
@@ -40,7 +41,15 @@ void UpmixReportRecorder::afterBlock (const UpmixerProcessor& processor, double 
     SpatialPosition::accumulate (snapshot, azimuths.data(), (int) azimuths.size(), *bands, slots[slot]);
 }
 
-void UpmixReportRecorder::readPeaks (const UpmixerProcessor& processor)
+void UpmixReportRecorder::takeFilePeaks (const std::vector<UpmixRenderer::ChannelStats>& channels)
+{
+    for (auto& peak : upmixPeaks)
+        for (const auto& c : channels)
+            if (c.name == peak.name)
+                peak.db = c.peakDb <= -200.0 ? -1.0e10f : (float) c.peakDb;
+}
+
+void UpmixReportRecorder::readPeaks (const UpmixerProcessor& processor, bool keep)
 {
     const auto& observers = processor.getObservers();
     auto read = [&] (UpmixerObservers::Row row, std::vector<Peak>& peaks) {
@@ -50,7 +59,8 @@ void UpmixReportRecorder::readPeaks (const UpmixerProcessor& processor)
             // the peak of the render.
             auto meter = observers.getLevelMeter (row, (int) i);
             meter->getLevelDb();
-            peaks[i].db = std::max (peaks[i].db, meter->getLastPeakDb());
+            if (keep)
+                peaks[i].db = std::max (peaks[i].db, meter->getLastPeakDb());
         }
     };
     read (UpmixerObservers::rowSource, inputPeaks);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "analysis/EnergyVector.h"
+#include "app/UpmixRenderer.h"
 #include "analysis/SpatialBands.h"
 #include "analysis/SpectraSnapshot.h"
 
@@ -15,7 +16,8 @@ class UpmixerProcessor;
     it reads the processor's observers as a display would: the upmix haze snapshot becomes one
     energy vector per frequency band (where in the surround field the band's energy sat),
     summed into time slots of a fixed length, and each level meter's peak is kept at its
-    maximum over the render. */
+    maximum over the file's span. The upmix peaks are then replaced by the written file's own:
+    a meter reading cannot part the block in which the file begins. */
 class UpmixReportRecorder
 {
 public:
@@ -34,6 +36,9 @@ public:
         output file (negative during the processor's latency, which is not recorded). */
     void afterBlock (const UpmixerProcessor& processor, double outputSeconds);
 
+    /** Takes the written file's exact per-channel peaks for the upmix (matched by name). */
+    void takeFilePeaks (const std::vector<UpmixRenderer::ChannelStats>& channels);
+
     /** Per slot, per band: the energy vectors gathered. */
     const std::vector<std::vector<EnergyVector>>& getSlots() const noexcept { return slots; }
     double getSlotSeconds() const noexcept { return slotSeconds; }
@@ -50,7 +55,7 @@ public:
 
 private:
     void start (const UpmixerProcessor& processor);
-    void readPeaks (const UpmixerProcessor& processor);
+    void readPeaks (const UpmixerProcessor& processor, bool keep);
 
     const double slotSeconds;
     std::unique_ptr<SpatialBands> bands;

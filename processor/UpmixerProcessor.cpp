@@ -44,17 +44,6 @@ namespace
         return dbToGain (t.info (number)->toUnit (t.get (number)));
     }
 
-    /** Multiplies a run by a gain ramping linearly from g0 to g1 (skipped when both are 1). */
-    void applyRamp (float* samples, int n, float g0, float g1) noexcept
-    {
-        if (g0 == 1.0f && g1 == 1.0f)
-            return;
-        const float step = n > 0 ? (g1 - g0) / (float) n : 0.0f;
-        float g = g0;
-        for (int i = 0; i < n; ++i, g += step)
-            samples[i] *= g;
-    }
-
     /** Input-mute groups for input counts below 6 (stereo has its own two mutes): how many
         consecutive input channels take MuteSourceMulti0, 1 and 2. */
     constexpr int muteGroupSlots[6][3] = { { 0, 0, 0 }, { 1, 0, 0 }, { 0, 0, 0 }, { 1, 1, 1 }, { 2, 0, 2 }, { 2, 1, 2 } };
@@ -284,8 +273,19 @@ void UpmixerProcessor::prepareToPlay (double sampleRate, int maximumExpectedSamp
         sourceDelay[(size_t) ch].setDelay (latency);
         sendDelay[(size_t) ch].setMaxDelay (4096);
     }
-    inputGain.fill (1.0f);
-    outputGain.fill (1.0f);
+    // Gains move to new targets in 3 ms, a de-click ramp short enough to hear as immediate.
+    const int rampSamples = juce::roundToInt (0.003 * currentSampleRate);
+    for (auto* ramps : { inputGain.data(), outputGain.data() })
+        for (int ch = 0; ch < maxChannels; ++ch)
+        {
+            ramps[ch].setLength (rampSamples);
+            ramps[ch].reset (1.0f);
+        }
+    for (auto& ramp : downmixGain)
+    {
+        ramp.setLength (rampSamples);
+        ramp.reset (1.0f);
+    }
     sourceFed = 0;
     m_observers.prepare (currentSampleRate, maxBlock);
     monitor.reset (UpmixerMonitor::selectMode (getParameterTable()));
@@ -365,8 +365,8 @@ void UpmixerProcessor::applyInputTrims (float* const* host, int numInputs, int n
         if (muteParameter >= 0 && t.isOn (muteParameter))
             gain = 0.0f;
 
-        applyRamp (host[ch], numSamples, inputGain[(size_t) ch], gain);
-        inputGain[(size_t) ch] = gain;
+        inputGain[(size_t) ch].setTarget (gain);
+        inputGain[(size_t) ch].process (host[ch], numSamples);
     }
 }
 
@@ -441,8 +441,8 @@ void UpmixerProcessor::applyOutputGains (int numSamples) noexcept
         // Solo wins over mute: once any output is soloed, exactly the soloed ones play.
         const bool muted = anySolo ? ! t.isOn (Solo0 + ch) : t.isOn (Mute0 + ch);
         const float gain = muted ? 0.0f : levelGain (t, Trim0 + ch);
-        applyRamp (engineBuffer.getWritePointer (ch), numSamples, outputGain[(size_t) ch], gain);
-        outputGain[(size_t) ch] = gain;
+        outputGain[(size_t) ch].setTarget (gain);
+        outputGain[(size_t) ch].process (engineBuffer.getWritePointer (ch), numSamples);
     }
 }
 
@@ -458,10 +458,11 @@ void UpmixerProcessor::computeDownmix (int numSamples) noexcept
     const int routing = getCurrentRouting();
     UpmixerDownmix::fold (engineBuffer.getArrayOfReadPointers(), engineOutputs, routing, downmixCoefficients, k,
                           downmixBuffer.getArrayOfWritePointers(), numSamples);
-    if (t.isOn (MuteDownmix0))
-        downmixBuffer.clear (0, 0, numSamples);
-    if (t.isOn (MuteDownmix1))
-        downmixBuffer.clear (1, 0, numSamples);
+    for (int side = 0; side < 2; ++side)
+    {
+        downmixGain[(size_t) side].setTarget (t.isOn (MuteDownmix0 + side) ? 0.0f : 1.0f);
+        downmixGain[(size_t) side].process (downmixBuffer.getWritePointer (side), numSamples);
+    }
 
     // Delta: the time-aligned input folded the same way, minus the fold-down of the upmix.
     UpmixerDownmix::fold (sourceBuffer.getArrayOfReadPointers(), maxChannels, routing, downmixCoefficients, k,

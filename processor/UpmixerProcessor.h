@@ -2,6 +2,7 @@
 
 #include "analysis/UpmixerObservers.h"
 #include "dsp/CDelayFilter.h"
+#include "dsp/CGainRamp.h"
 #include "engine/KaProfiler.h"
 #include "engine/UpmixerAlgo.h"
 #include "engine/UpmixerAlgoInterface.h"
@@ -145,7 +146,8 @@ private:
 
     juce::AudioBuffer<float> engineBuffer, sourceBuffer, downmixBuffer, deltaBuffer;
     std::array<CDelayFilter<float>, maxChannels> inputDelay, sourceDelay, sendDelay;
-    std::array<float, maxChannels> inputGain {}, outputGain {};
+    std::array<CGainRamp, maxChannels> inputGain, outputGain;
+    std::array<CGainRamp, 2> downmixGain;
     juce::uint32 sourceFed = 0;  // channels whose source delay line carried input last block
     UpmixerDownmix::Coefficients downmixCoefficients;  // those of the last block, glided from
 

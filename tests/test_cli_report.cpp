@@ -3,6 +3,8 @@
 //   and names it in the printed report;
 // - the picture shows a hard-left source in the colour of L and a centred one in the colour
 //   of C (so the observers, the position reader and the drawing are wired end to end);
+// - its upmix peak bars show the written file's peaks (they once included the warm-up before
+//   the file: Ls read -8.9 dBFS on the demo clip where the file peaks at -15.7);
 // - no picture without --report, and none when the render fails.
 #include "support/CliRunner.h"
 #include "support/TempFolder.h"
@@ -100,4 +102,46 @@ TEST_F (CliReportTest, NoPictureWithoutTheFlagOrWhenTheRenderFails)
     EXPECT_NE (run.exitCode, 0);
     EXPECT_FALSE (never.exists());
     EXPECT_FALSE (dir.getChildFile ("never.wav.png").exists());
+}
+
+TEST_F (CliReportTest, PeakBarsShowTheWrittenFilesPeaks)
+{
+    const auto out = dir.getChildFile ("demo.wav");
+    const auto run = runCli ({ juce::File (ORRIN_SOURCE_DIR).getChildFile ("resources/demo.ogg").getFullPathName(), out.getFullPathName(),
+                               "--layout", "5.1", "--report" });
+    ASSERT_EQ (run.exitCode, 0) << run.output;
+    const auto image = juce::ImageFileFormat::loadFrom (dir.getChildFile ("demo.wav.png"));
+    ASSERT_TRUE (image.isValid());
+
+    // The bars (120 px for 60 dB) in the right-hand panel: each a run of 9 rows whose first
+    // pixel is the bar's green (or red near full scale); in order Input L R, Upmix, Downmix.
+    auto isFill = [] (juce::Colour c) { return c == juce::Colour (0xff58b368) || c == juce::Colour (0xffe0523f); };
+    int barX = image.getWidth();
+    for (int y = 0; y < image.getHeight(); ++y)
+        for (int x = image.getWidth() - 400; x < barX; ++x)
+            if (isFill (image.getPixelAt (x, y)))
+                barX = x;
+    std::vector<int> fills;
+    for (int y = 0; y < image.getHeight(); ++y)
+        if (isFill (image.getPixelAt (barX, y)) && ! isFill (image.getPixelAt (barX, y - 1)))
+        {
+            int length = 0;
+            while (isFill (image.getPixelAt (barX + length, y + 4)))
+                ++length;
+            fills.push_back (length);
+        }
+    ASSERT_EQ (fills.size(), 10u);
+
+    // The printed table is the file's: "  Ls   -15.7   -31.8", upmix channels in order.
+    int upmix = 2;
+    for (const auto& line : juce::StringArray::fromLines (run.output))
+    {
+        auto cells = juce::StringArray::fromTokens (line, true);
+        cells.removeEmptyStrings();
+        if (cells.size() == 3 && juce::StringArray { "L", "R", "C", "LFE", "Ls", "Rs" }.contains (cells[0]))
+        {
+            EXPECT_NEAR (fills[(size_t) upmix++], 120.0 * (1.0 + cells[1].getDoubleValue() / 60.0), 1.5) << line;
+        }
+    }
+    EXPECT_EQ (upmix, 8);
 }

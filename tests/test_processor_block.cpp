@@ -119,6 +119,38 @@ TEST (ProcessorBlock, MutesAndSolos)
         EXPECT_EQ (TestSignals::rms (out, ch, 24000), 0.0) << "channel " << ch;
 }
 
+TEST (ProcessorBlock, MutesAndSolosActWithinMillisecondsAtAnyBlockSize)
+{
+    // They once ramped across the whole host block: 43 ms at 2048 samples, 171 ms at 8192.
+    const int fourMs = 192;
+    for (const int block : { 64, 8192 })
+    {
+        SCOPED_TRACE (block);
+        ProcessorHarness h (2, 6, 48000.0, block);
+        const auto noise = TestSignals::noise (2, 8192, 5);
+        h.run (noise);
+        h.set (Mute0 + 1, 1.0f);
+        auto out = h.run (noise);
+        EXPECT_EQ (TestSignals::rms (out, 1, fourMs), 0.0);
+        EXPECT_GT (TestSignals::rms (out, 1, 0, 48), 1.0e-3) << "a de-click ramp, not a jump";
+
+        h.set (Mute0 + 1, 0.0f);
+        h.set (Solo0 + 2, 1.0f);
+        out = h.run (noise);
+        for (int ch = 0; ch < 6; ++ch)
+            if (ch == 2)
+                EXPECT_GT (TestSignals::rms (out, ch, fourMs), 1.0e-3);
+            else
+                EXPECT_EQ (TestSignals::rms (out, ch, fourMs), 0.0) << "channel " << ch;
+
+        h.set (Solo0 + 2, 0.0f);
+        out = h.run (noise);
+        const double settled = TestSignals::rms (out, 1, fourMs);
+        EXPECT_GT (settled, 1.0e-3);
+        EXPECT_NEAR (TestSignals::rms (out, 1, fourMs, fourMs), settled, settled * 0.5) << "back at full level within 4 ms";
+    }
+}
+
 TEST (ProcessorBlock, ListenPriorityLaterSwitchWins)
 {
     UpmixerProcessor p;
