@@ -1,13 +1,18 @@
 // The built plug-ins' editors and windows, as a host meets them:
-// - the VST3's editor in a real window (Xvfb, Mesa): frames render and the bitmap-font title
+// - each format's editor in a real window (Xvfb, Mesa): frames render and the bitmap-font title
 //   appears where it was drawn, read back from the window's pixels;
-// - its editor opened and closed again and again while audio runs;
+// - as a strict validator opens it: on an instance never prepared (no sample rate yet), on one
+//   whose processing was released, again and again while audio runs, and with the instance
+//   destroyed right after its editor, with no message-loop turn between;
 // - with no display at all, the VST3 and LV2 are created, prepared, automated (every
 //   parameter, the map version through every value), switched through programs, saved,
 //   restored and destroyed without a crash (a window opened without a display would end it).
 #include "HostPluginLoader.h"
 
 #include <gtest/gtest.h>
+
+#include <atomic>
+#include <thread>
 
 #include "XWindowGrab.h"
 
@@ -31,20 +36,61 @@ namespace
     }
 
     void pump (int ms) { juce::MessageManager::getInstance()->runDispatchLoopUntil (ms); }
+
+    std::unique_ptr<juce::AudioProcessorEditor> openEditor (juce::AudioPluginInstance& plugin)
+    {
+        std::unique_ptr<juce::AudioProcessorEditor> editor (plugin.createEditorIfNeeded());
+        if (editor != nullptr)
+        {
+            editor->setTopLeftPosition (0, 0);
+            editor->addToDesktop (0);
+            editor->setVisible (true);
+        }
+        return editor;
+    }
+
+    struct HostEditor : ::testing::TestWithParam<Format>
+    {
+        void SetUp() override
+        {
+            if (! haveDisplay())
+                GTEST_SKIP() << "needs an X display (the test command runs under Xvfb)";
+        }
+    };
+
+    /** Runs silence through the plug-in on a thread of its own, as a host's audio thread, in
+        blocks of the prepared size (JUCE's VST3 wrapper overruns its buffers on larger ones). */
+    struct AudioThread
+    {
+        AudioThread (juce::AudioPluginInstance& p, int blockSize)
+            : thread ([this, &p, blockSize]
+              {
+                  juce::AudioBuffer<float> in (2, blockSize);
+                  in.clear();
+                  while (running)
+                      HostPluginLoader::process (p, in, 1);
+              })
+        {
+        }
+        ~AudioThread() { stop(); }
+        void stop()
+        {
+            running = false;
+            if (thread.joinable())
+                thread.join();
+        }
+        std::atomic<bool> running { true };
+        std::thread thread;
+    };
 }
 
-TEST (HostEditor, Vst3EditorRendersItsBitmapTextInARealWindow)
+TEST_P (HostEditor, RendersItsBitmapTextInARealWindow)
 {
-    if (! haveDisplay())
-        GTEST_SKIP() << "needs an X display (the test command runs under Xvfb)";
-    auto plugin = HostPluginLoader::load (Format::vst3);
+    auto plugin = HostPluginLoader::load (GetParam());
     ASSERT_NE (plugin, nullptr);
-    std::unique_ptr<juce::AudioProcessorEditor> editor (plugin->createEditorIfNeeded());
+    auto editor = openEditor (*plugin);
     ASSERT_NE (editor, nullptr);
     ASSERT_GT (editor->getWidth(), 600);
-    editor->setTopLeftPosition (0, 0);
-    editor->addToDesktop (0);
-    editor->setVisible (true);
     pump (2500);
 
     const auto pixels = XWindowGrab::grab (*editor);
@@ -54,37 +100,49 @@ TEST (HostEditor, Vst3EditorRendersItsBitmapTextInARealWindow)
     EXPECT_GT (accentPixels (pixels, { 10, 9, 150, 30 }), 60);
     EXPECT_EQ (accentPixels (pixels, { 10, 0, 150, 6 }), 0);
     EXPECT_EQ (accentPixels (pixels, { 700, editor->getHeight() - 20, 300, 14 }), 0);
-    XWindowGrab::writePng (pixels, juce::File (ORRIN_TEST_SHOT_DIR).getChildFile ("host-editor.png"));
-    editor.reset();
+    XWindowGrab::writePng (pixels, juce::File (ORRIN_TEST_SHOT_DIR).getChildFile (juce::String ("host-editor-") + HostPluginLoader::nameOf (GetParam()) + ".png"));
 }
 
-TEST (HostEditor, Vst3EditorOpensAndClosesAgainAndAgainWhileAudioRuns)
+TEST_P (HostEditor, OpensUnpreparedReleasedWhileAudioRunsAndBeforeDestruction)
 {
-    if (! haveDisplay())
-        GTEST_SKIP() << "needs an X display (the test command runs under Xvfb)";
-    auto plugin = HostPluginLoader::load (Format::vst3);
+    // Never prepared: the host has not given a sample rate yet.
+    auto plugin = HostPluginLoader::load (GetParam(), 0.0, 0);
     ASSERT_NE (plugin, nullptr);
-    plugin->prepareToPlay (48000.0, 512);
-    std::atomic<bool> running { true };
-    std::thread audio ([&]
+    for (int i = 0; i < 2; ++i)
     {
-        juce::AudioBuffer<float> in (2, 512);
-        in.clear();
-        while (running)
-            HostPluginLoader::process (*plugin, in, 1);
-    });
-    for (int i = 0; i < 6; ++i)
-    {
-        std::unique_ptr<juce::AudioProcessorEditor> editor (plugin->createEditorIfNeeded());
-        ASSERT_NE (editor, nullptr);
-        editor->addToDesktop (0);
-        editor->setVisible (true);
-        pump (250);
+        ASSERT_NE (openEditor (*plugin), nullptr);
+        pump (200);
     }
-    running = false;
-    audio.join();
+
+    plugin->prepareToPlay (48000.0, 512);
+    {
+        AudioThread audio (*plugin, 512);
+        for (int i = 0; i < 6; ++i)
+        {
+            ASSERT_NE (openEditor (*plugin), nullptr);
+            pump (150 + 50 * (i % 3));
+        }
+    }
     plugin->releaseResources();
+    ASSERT_NE (openEditor (*plugin), nullptr);
+    pump (200);
+
+    // Destroyed right after its editor, while the editor's first frames may still be under way.
+    plugin->prepareToPlay (44100.0, 256);
+    auto editor = openEditor (*plugin);
+    pump (300);
+    {
+        AudioThread audio (*plugin, 256);
+        pump (100);
+        audio.stop();
+        editor.reset();
+        plugin.reset();
+    }
+    pump (100);
 }
+
+INSTANTIATE_TEST_SUITE_P (Formats, HostEditor, ::testing::Values (Format::vst3, Format::lv2),
+                          [] (const auto& info) { return std::string (HostPluginLoader::nameOf (info.param)); });
 
 class HostNoDisplay : public ::testing::TestWithParam<Format> {};
 
