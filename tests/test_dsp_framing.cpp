@@ -2,18 +2,18 @@
 // Cases:
 //  - with a callback that leaves the spectra alone, FftFilter::process returns the input delayed
 //    by exactly fftSize, and BlockOverlaper::processBlock by exactly 1024 (the first 512 samples
-//    faded in by the rising half of the synthesis window, whose copies at the hop then sum to 1),
-//    for host blocks of 1, 13, 512, 813, 1024 and 4096 samples and for odd splits, with
-//    identical output whichever split is used; the overlaper's framing is 1024 / 7 channels /
-//    overlap 2 whatever its constructor is given;
-//  - spectra rewritten by the callback reach the output (a brick-wall low-pass removes a high tone);
-//  - analyse frames and calls back with the input's spectra and leaves the buffer untouched;
+//    faded in by the rising half of the synthesis window), for host blocks of 1, 13, 512, 813,
+//    1024 and 4096 samples and odd splits, identically whichever split; the overlaper's framing
+//    is 1024 / 7 channels / overlap 2 whatever its constructor is given;
+//  - spectra rewritten by the callback reach the output (a brick-wall low-pass removes a tone);
+//  - analyse calls back with the input's spectra and leaves the buffer untouched;
 //  - an unsupported FFT size leaves the spectra at zero (the frames pass untransformed);
-//  - setWindowType(7) gives an all-zero analysis window and so silence; Hann windows each frame;
+//  - window type 7 is all zero and so silence; Hann windows each frame;
 //  - a channel count above the filter's is clipped, and extra host channels are left alone;
-//  - once warmed up for a block size, neither FIFO grows and the heap does not change.
+//  - once warmed up for a block size, neither allocates.
 #include "dsp/BlockOverlaper.h"
 #include "dsp/FftFilter.h"
+#include "support/AllocationCounter.h"
 
 #include <gtest/gtest.h>
 
@@ -22,9 +22,6 @@
 #include <random>
 #include <vector>
 
-#if defined(__GLIBC__)
-    #include <malloc.h>
-#endif
 
 namespace
 {
@@ -113,60 +110,38 @@ float synthesisGain (int n)
 }
 } // namespace
 
-TEST (DspFftFilter, ProcessDelaysByTheFftSizeWhateverTheSplit)
+TEST (DspFraming, DelaysByTheLatencyWhateverTheSplit)
 {
-    for (const int fftSize : { 256, 1024 })
+    for (const int fftSize : { 256, 1024, 0 })  // 0: the overlaper
     {
-        const auto input = noiseSignal (2, 20000, 11);
+        const bool overlaper = fftSize == 0;
+        const size_t latency = overlaper ? 1024 : (size_t) fftSize;
+        const auto input = noiseSignal (overlaper ? 7 : 2, 20000, 11);
         Channels reference;
-
         for (const auto& split : hostSplits)
         {
             SCOPED_TRACE ("fftSize " + std::to_string (fftSize) + ", first block " + std::to_string (split[0]));
             juce::ReferenceCountedObjectPtr<TestCallBack> callback (new TestCallBack);
-            FftFilter filter (fftSize, callback, 2);
-            EXPECT_EQ (filter.getLatencySamples(), fftSize);
+            BlockOverlaper blockOverlaper (4096, callback, 3, 8);  // 1024 / 7 / 2 whatever it is given
+            FftFilter filter (std::max (fftSize, 256), callback, 2);
+            EXPECT_EQ (overlaper ? blockOverlaper.getLatencySamples() : filter.getLatencySamples(), (int) latency);
+            const auto output = overlaper ? runOverlaper (blockOverlaper, input, split, 7) : runFilter (filter, input, split);
+            EXPECT_EQ (callback->frames, overlaper ? (20000 - 1024) / 512 + 1 : 20000 / fftSize);  // a frame per hop once one is full
+            EXPECT_EQ (callback->lastFftSize, (int) latency);
 
-            const auto output = runFilter (filter, input, split);
-            EXPECT_EQ (callback->frames, 20000 / fftSize);
-            EXPECT_EQ (callback->lastFftSize, fftSize);
-
-            for (size_t c = 0; c < 2; ++c)
+            for (size_t c = 0; c < output.size(); ++c)
                 for (size_t n = 0; n < output[c].size(); ++n)
-                    ASSERT_NEAR (output[c][n], n < (size_t) fftSize ? 0.0f : input[c][n - (size_t) fftSize], 1e-6f) << "sample " << n;
-
+                {
+                    // The overlaper's first 512 delayed samples are faded in by the synthesis window.
+                    const float delayed = n < latency ? 0.0f : input[c][n - latency];
+                    const float expected = overlaper && n >= latency && n < latency + 512 ? delayed * synthesisGain ((int) (n - latency)) : delayed;
+                    ASSERT_NEAR (output[c][n], expected, 2e-6f) << "channel " << c << ", sample " << n;
+                }
             if (reference.empty())
                 reference = output;
             else
                 EXPECT_EQ (output, reference) << "identical whichever split is used";
         }
-    }
-}
-
-TEST (DspBlockOverlaper, ProcessBlockDelaysBy1024AfterTheFadeInWhateverTheSplit)
-{
-    const auto input = noiseSignal (7, 20000, 12);
-    Channels reference;
-
-    for (const auto& split : hostSplits)
-    {
-        SCOPED_TRACE ("first block " + std::to_string (split[0]));
-        // The framing is 1024 / 7 channels / overlap 2 whatever the constructor is given.
-        BlockOverlaper overlaper (4096, new TestCallBack, 3, 8);
-        EXPECT_EQ (overlaper.getLatencySamples(), 1024);
-
-        const auto output = runOverlaper (overlaper, input, split, 7);
-        for (size_t c = 0; c < 7; ++c)
-            for (size_t n = 0; n < output[c].size(); ++n)
-            {
-                const float expected = n < 1024 ? 0.0f : n < 1536 ? input[c][n - 1024] * synthesisGain ((int) n - 1024) : input[c][n - 1024];
-                ASSERT_NEAR (output[c][n], expected, 2e-6f) << "channel " << c << ", sample " << n;
-            }
-
-        if (reference.empty())
-            reference = output;
-        else
-            EXPECT_EQ (output, reference) << "identical whichever split is used";
     }
 }
 
@@ -303,40 +278,29 @@ TEST (DspBlockOverlaper, ChannelCountsAreClipped)
             ASSERT_EQ (x, -5.0f) << "host channels past the filter's are not touched";
 }
 
-TEST (DspBlockOverlaper, SteadyStateDoesNotGrowOrAllocate)
+TEST (DspBlockOverlaper, SteadyStateDoesNotAllocate)
 {
     for (const int blockSize : { 1, 13, 512, 813, 4096 })
     {
-        SCOPED_TRACE (blockSize);
         BlockOverlaper overlaper (1024, new TestCallBack, 7, 2);
         FftFilter filter (1024, new TestCallBack, 7);
         const auto input = noiseSignal (7, blockSize, 20);
+        Channels output = input;
         std::vector<const float*> in;
-        for (auto& ch : input)
-            in.push_back (ch.data());
-        Channels output (7, std::vector<float> ((size_t) blockSize));
         std::vector<float*> out;
-        for (auto& ch : output)
-            out.push_back (ch.data());
+        for (size_t c = 0; c < 7; ++c)
+            in.push_back (input[c].data()), out.push_back (output[c].data());
         juce::AudioSampleBuffer block (7, blockSize);
         block.clear();
 
-        overlaper.processBlock (in.data(), out.data(), 7, blockSize);
+        overlaper.processBlock (in.data(), out.data(), 7, blockSize);  // warms up for the size
         filter.process (block);
-
-#if defined(__GLIBC__)
-        const auto heapBefore = mallinfo2();
-#endif
-        const int calls = std::max (3, 200000 / blockSize);
-        for (int i = 0; i < calls; ++i)
+        AllocationCounter::ScopedAllocationCheck check;
+        for (int i = 0; i < std::max (3, 200000 / blockSize); ++i)
         {
             overlaper.processBlock (in.data(), out.data(), 7, blockSize);
             filter.process (block);
         }
-#if defined(__GLIBC__)
-        const auto heapAfter = mallinfo2();
-        EXPECT_EQ (heapAfter.uordblks, heapBefore.uordblks) << "heap bytes in use";
-        EXPECT_EQ (heapAfter.hblkhd, heapBefore.hblkhd) << "mmapped bytes";
-#endif
+        EXPECT_EQ (check.allocations(), 0u) << "block " << blockSize;
     }
 }

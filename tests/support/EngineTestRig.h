@@ -7,7 +7,9 @@
 #include <juce_audio_basics/juce_audio_basics.h>
 
 #include <functional>
+#include <initializer_list>
 #include <memory>
+#include <utility>
 
 /** One engine prepared with a fake host for a layout, fed by channel kind. */
 struct EngineRig
@@ -23,6 +25,14 @@ struct EngineRig
                                   const std::function<void (int)>& beforeBlock = {});
 
     void set (int number, float value) { host.set (number, value); }
+
+    /** Sets each (parameter number, value) in turn; for one-line rigs. */
+    EngineRig& with (std::initializer_list<std::pair<int, float>> settings)
+    {
+        for (const auto& [number, value] : settings)
+            set (number, value);
+        return *this;
+    }
 
     UpmixerDefaultHost host;
     std::unique_ptr<UpmixerAlgo> engine;

@@ -20,6 +20,14 @@ struct ProcessorHarness
 
     void set (int number, float value) { processor->setParameterNotifyingHost (number, value, false); }
 
+    /** Sets each (parameter number, value) in turn; for one-line harnesses. */
+    ProcessorHarness& with (std::initializer_list<std::pair<int, float>> settings)
+    {
+        for (const auto& [number, value] : settings)
+            set (number, value);
+        return *this;
+    }
+
     std::unique_ptr<UpmixerProcessor> processor;
     int numInputs, numOutputs, blockSize;
     double sampleRate;
