@@ -43,34 +43,41 @@ juce::File tempFile (const juce::String& name)
     return juce::File (std::getenv ("KESTRO_AUDIO_DIR")).getNonexistentChildFile (name, ".net", false);
 }
 
+/** Six frames of per-bin levels and differences, and the network inputs computed from them. */
+struct History
+{
+    std::vector<std::vector<float>> level = std::vector<std::vector<float>> (F::numHistoryFrames, std::vector<float> (F::frameStride));
+    std::vector<std::vector<float>> diff = level;
+    std::vector<float> inputs = std::vector<float> ((size_t) F::numBins * F::numInputs);
+
+    void compute()
+    {
+        const float* levels[F::numHistoryFrames];
+        const float* diffs[F::numHistoryFrames];
+        for (int j = 0; j < F::numHistoryFrames; ++j)
+            levels[j] = level[(size_t) j].data(), diffs[j] = diff[(size_t) j].data();
+        F::computeDialogFeatures (levels, diffs, inputs.data());
+    }
+};
+
 /** Input vectors of a frame from six frames of made-up spectra (tones over noise). */
 std::vector<float> someInputs (int seed)
 {
-    struct Bin
-    {
-        double re = 0.0, im = 0.0;
-    };
     juce::Random random (seed);
-    std::vector<std::vector<float>> level (F::numHistoryFrames, std::vector<float> (F::frameStride));
-    std::vector<std::vector<float>> diff (F::numHistoryFrames, std::vector<float> (F::frameStride));
-    const float* levels[F::numHistoryFrames];
-    const float* diffs[F::numHistoryFrames];
+    History history;
     for (int j = 0; j < F::numHistoryFrames; ++j)
     {
-        std::vector<Bin> left (F::numBins), right (F::numBins);
+        std::vector<Complex> left (F::numBins), right (F::numBins);
         for (int k = 0; k < F::numBins; ++k)
         {
             const double scale = k % 17 == 0 ? 100.0 : 0.1;
             left[(size_t) k] = { scale * (random.nextDouble() - 0.5), scale * (random.nextDouble() - 0.5) };
-            right[(size_t) k] = k % 34 == 0 ? left[(size_t) k] : Bin { scale * (random.nextDouble() - 0.5), 0.0 };
+            right[(size_t) k] = k % 34 == 0 ? left[(size_t) k] : Complex { scale * (random.nextDouble() - 0.5), 0.0 };
         }
-        F::computeFrameLevels (left.data(), right.data(), level[(size_t) j].data(), diff[(size_t) j].data());
-        levels[j] = level[(size_t) j].data();
-        diffs[j] = diff[(size_t) j].data();
+        F::computeFrameLevels (left.data(), right.data(), history.level[(size_t) j].data(), history.diff[(size_t) j].data());
     }
-    std::vector<float> inputs ((size_t) F::numBins * F::numInputs);
-    F::computeDialogFeatures (levels, diffs, inputs.data());
-    return inputs;
+    history.compute();
+    return history.inputs;
 }
 
 /** Asserts that the frame-wide run of the network in file equals fann_run on every bin. */
@@ -105,6 +112,20 @@ juce::File saveNetwork (fann* net, const juce::String& name)
     EXPECT_EQ (fann_save (net, file.getFullPathName().toRawUTF8()), 0);
     fann_destroy (net);
     return file;
+}
+
+/** A centred tone over independent noise per side (seeds seed and seed + 1). */
+juce::AudioBuffer<float> voiceOverNoise (double f, float gain, float noiseGain, int seed, int length)
+{
+    auto input = byKind (length);
+    std::vector<float> voice ((size_t) length);
+    sine (voice.data(), length, f, 48000.0, gain);
+    for (int kind : { kindL, kindR })
+    {
+        noise (input.getWritePointer (kind), length, seed + kind, noiseGain);
+        juce::FloatVectorOperations::add (input.getWritePointer (kind), voice.data(), length);
+    }
+    return input;
 }
 
 /** A network of 37 inputs with seeded random weights. */
@@ -166,61 +187,55 @@ TEST (EngineDialogNetwork, FrameRunMatchesFannRunBitForBit)
 {
     expectSameAsFannRun (shippedNetwork(), 1);
 
-    const fann_activationfunc_enum kinds[][2] = {
-        { FANN_SIGMOID, FANN_SIGMOID },
-        { FANN_SIGMOID_SYMMETRIC, FANN_SIGMOID },
-        { FANN_SIGMOID_SYMMETRIC_STEPWISE, FANN_SIGMOID_STEPWISE },
-        { FANN_ELLIOT_SYMMETRIC, FANN_ELLIOT },
-        { FANN_GAUSSIAN, FANN_LINEAR_PIECE },
+    struct Row
+    {
+        bool shortcut, scaled;
+        fann_activationfunc_enum hidden, output;
+    };
+    const Row rows[] = {
+        { false, false, FANN_SIGMOID, FANN_SIGMOID },
+        { false, false, FANN_SIGMOID_SYMMETRIC, FANN_SIGMOID },
+        { false, false, FANN_SIGMOID_SYMMETRIC_STEPWISE, FANN_SIGMOID_STEPWISE },
+        { false, false, FANN_ELLIOT_SYMMETRIC, FANN_ELLIOT },
+        { false, false, FANN_GAUSSIAN, FANN_LINEAR_PIECE },
+        { true, false, FANN_SIGMOID_SYMMETRIC, FANN_SIGMOID },
+        { false, true, FANN_SIGMOID, FANN_SIGMOID },  // scaling stored in the file is applied first
     };
     unsigned int seed = 10;
-    for (const auto& kind : kinds)
+    for (const auto& row : rows)
     {
-        const auto file = saveNetwork (randomNetwork (false, kind[0], kind[1], seed), "random");
-        expectSameAsFannRun (file, (int) seed++);
+        fann* net = randomNetwork (row.shortcut, row.hidden, row.output, ++seed);
+        if (row.scaled)
+        {
+            fann_train_data* data = fann_create_train (4, 37, 1);
+            for (unsigned int i = 0; i < 4; ++i)
+            {
+                for (unsigned int j = 0; j < 37; ++j)
+                    data->input[i][j] = (float) (i * 3 + j % 5) - 4.0f;
+                data->output[i][0] = (float) i / 4.0f;
+            }
+            fann_set_input_scaling_params (net, data, -1.0f, 1.0f);
+            fann_destroy_train (data);
+        }
+        const auto file = saveNetwork (net, "random");
+        expectSameAsFannRun (file, (int) seed);
         file.deleteFile();
     }
-
-    const auto shortcut = saveNetwork (randomNetwork (true, FANN_SIGMOID_SYMMETRIC, FANN_SIGMOID, 20), "shortcut");
-    expectSameAsFannRun (shortcut, 20);
-    shortcut.deleteFile();
-
-    // Scaling parameters stored in the file are applied before the run.
-    fann* scaled = randomNetwork (false, FANN_SIGMOID, FANN_SIGMOID, 30);
-    fann_train_data* data = fann_create_train (4, 37, 1);
-    for (unsigned int i = 0; i < 4; ++i)
-    {
-        for (unsigned int j = 0; j < 37; ++j)
-            data->input[i][j] = (float) (i * 3 + j % 5) - 4.0f;
-        data->output[i][0] = (float) i / 4.0f;
-    }
-    fann_set_input_scaling_params (scaled, data, -1.0f, 1.0f);
-    fann_destroy_train (data);
-    const auto scaledFile = saveNetwork (scaled, "scaled");
-    expectSameAsFannRun (scaledFile, 30);
-    scaledFile.deleteFile();
 }
 
 TEST (EngineDialogFeatures, ArrangesNeighboursFramesAndFrequency)
 {
-    // Frame j holds level 10 j at every bin, 50 + 10 j at bin 100; diff 5 below level.
-    std::vector<std::vector<float>> level (F::numHistoryFrames, std::vector<float> (F::frameStride));
-    std::vector<std::vector<float>> diff (F::numHistoryFrames, std::vector<float> (F::frameStride));
-    const float* levels[F::numHistoryFrames];
-    const float* diffs[F::numHistoryFrames];
+    // Frame j holds level 10 j at every bin, 50 + 10 j at bin 100 (frame levels 0 ... 50: span
+    // 50); diff 5 below level.
+    History h;
     for (int j = 0; j < F::numHistoryFrames; ++j)
-    {
         for (int k = 0; k <= F::frameMeanIndex; ++k)
-            level[(size_t) j][(size_t) k] = 10.0f * j + (k == 100 ? 50.0f : 0.0f);
-        level[(size_t) j][F::frameMeanIndex] = 10.0f * j;  // frame levels 0 ... 50: span 50
-        for (int k = 0; k <= F::frameMeanIndex; ++k)
-            diff[(size_t) j][(size_t) k] = level[(size_t) j][(size_t) k] - 5.0f;
-        levels[j] = level[(size_t) j].data();
-        diffs[j] = diff[(size_t) j].data();
-    }
-    std::vector<float> inputs ((size_t) F::numBins * F::numInputs);
-    F::computeDialogFeatures (levels, diffs, inputs.data());
-    auto at = [&] (int bin, int index) { return inputs[(size_t) (bin * F::numInputs + index)]; };
+        {
+            h.level[(size_t) j][(size_t) k] = 10.0f * j + (k == 100 ? 50.0f : 0.0f);
+            h.diff[(size_t) j][(size_t) k] = h.level[(size_t) j][(size_t) k] - 5.0f;
+        }
+    h.compute();
+    auto at = [&] (int bin, int index) { return h.inputs[(size_t) (bin * F::numInputs + index)]; };
 
     for (int j = 0; j < F::numHistoryFrames; ++j)
     {
@@ -233,47 +248,31 @@ TEST (EngineDialogFeatures, ArrangesNeighboursFramesAndFrequency)
         EXPECT_FLOAT_EQ (at (0, F::levelInput (j, 0)), at (0, F::levelInput (j, 1)));
         EXPECT_FLOAT_EQ (at (512, F::diffInput (j, 2)), at (512, F::diffInput (j, 1)));
     }
-
     const double bin21 = (std::log (21.0 * 48000.0 / 1024.0) - std::log (10.0)) / (std::log (24000.0) - std::log (10.0));
     EXPECT_NEAR (at (21, F::frequencyInput), bin21, 1.0e-6);
     EXPECT_EQ (at (0, F::frequencyInput), 0.0f);
     EXPECT_EQ (at (512, F::frequencyInput), 1.0f);
 
-    // Silence everywhere (-1e10): finite inputs.
-    for (int j = 0; j < F::numHistoryFrames; ++j)
-    {
-        std::fill (level[(size_t) j].begin(), level[(size_t) j].end(), F::silentDb);
-        std::fill (diff[(size_t) j].begin(), diff[(size_t) j].end(), F::silentDb);
-    }
-    level[2][F::frameMeanIndex] = 40.0f;  // one loud frame among silent ones
-    F::computeDialogFeatures (levels, diffs, inputs.data());
-    for (float x : inputs)
+    // Silence everywhere, but for one loud frame: finite inputs.
+    for (auto* rows : { &h.level, &h.diff })
+        for (auto& row : *rows)
+            std::fill (row.begin(), row.end(), F::silentDb);
+    h.level[2][F::frameMeanIndex] = 40.0f;
+    h.compute();
+    for (float x : h.inputs)
         ASSERT_TRUE (std::isfinite (x) && std::abs (x) <= F::inputLimit);
 }
 
 TEST (EngineDialogIsolation, MovesACentredVoiceBandToneIntoTheCentre)
 {
-    const int length = 3 * 48000;
-    auto input = byKind (length);
-    std::vector<float> voice ((size_t) length), high ((size_t) length), n1 ((size_t) length), n2 ((size_t) length);
-    sine (voice.data(), length, 440.0, 48000.0, 0.3f);
-    sine (high.data(), length, 12000.0, 48000.0, 0.3f);
-    noise (n1.data(), length, 1, 0.05f);
-    noise (n2.data(), length, 2, 0.05f);
-    for (int i = 0; i < length; ++i)
-    {
-        input.setSample (kindL, i, voice[(size_t) i] + high[(size_t) i] + n1[(size_t) i]);
-        input.setSample (kindR, i, voice[(size_t) i] + high[(size_t) i] + n2[(size_t) i]);
-    }
+    // A centred 440 Hz and 12 kHz tone over quiet independent noise per side.
+    auto input = voiceOverNoise (440.0, 0.3f, 0.05f, 1, 3 * 48000);
+    const auto high = voiceOverNoise (12000.0, 0.3f, 0.0f, 0, 3 * 48000);
+    for (int kind : { kindL, kindR })
+        input.addFrom (kind, 0, high, kind, 0, input.getNumSamples());
 
-    auto centre = [&] (float isolate) {
-        EngineRig rig (1, 6);
-        rig.set (DialogIsolate, isolate);
-        rig.set (DialogExtractionAggression, 1.0f);
-        return rig.run (input);
-    };
-    const auto off = centre (0.0f), on = centre (1.0f);
-
+    auto run = [&] (float isolate) { return EngineRig (1, 6).with ({ { DialogIsolate, isolate }, { DialogExtractionAggression, 1.0f } }).run (input); };
+    const auto off = run (0.0f), on = run (1.0f);
     // Without isolation the split gives C 0.707 of the mid (Divergence 0.5); with it the whole
     // tone is in C first (1.414 of the mid); the centre spread halves both.
     EXPECT_NEAR (relativeDb (toneLevel (on, kindC, 440.0), toneLevel (off, kindC, 440.0)), 6.0, 1.0);
@@ -281,17 +280,8 @@ TEST (EngineDialogIsolation, MovesACentredVoiceBandToneIntoTheCentre)
 
 TEST (EngineDialogIsolation, SwitchedOnMidStreamCatchesUpWithinAFewFrames)
 {
-    const int block = 512, length = 4 * 48000, switchAt = 188 * block;  // about 2 s in, on a block start
-    auto input = byKind (length);
-    std::vector<float> voice ((size_t) length), n1 ((size_t) length), n2 ((size_t) length);
-    sine (voice.data(), length, 300.0, 48000.0, 0.2f);
-    noise (n1.data(), length, 3, 0.1f);
-    noise (n2.data(), length, 4, 0.1f);
-    for (int i = 0; i < length; ++i)
-    {
-        input.setSample (kindL, i, voice[(size_t) i] + n1[(size_t) i]);
-        input.setSample (kindR, i, voice[(size_t) i] + n2[(size_t) i]);
-    }
+    const int block = 512, switchAt = 188 * block;  // about 2 s in, on a block start
+    const auto input = voiceOverNoise (300.0, 0.2f, 0.1f, 3, 4 * 48000);
 
     // One frame per 512-sample block: the energy moved by each engine, frame by frame.
     std::vector<float> always, switched;

@@ -55,9 +55,7 @@ TEST (EngineLatency, CentredClickReachesTheCentreExactlyOneLatencyLater)
 
     // The engine alone, set to pass a hard centre: no divergence, no diffusion, no LFE.
     EngineRig rig (1, 6);
-    rig.set (Divergence, 0.0f);
-    rig.set (Diffusion, 0.0f);
-    rig.set (Lfe, 0.0f);
+    rig.with ({ { Divergence, 0.0f }, { Diffusion, 0.0f }, { Lfe, 0.0f } });
     const auto stereoIn = clickAfterNoise (length, clickAt, 2);
     auto input = byKind (length);
     input.copyFrom (kindL, 0, stereoIn, 0, 0, length);
@@ -70,9 +68,7 @@ TEST (EngineLatency, CentredClickReachesTheCentreExactlyOneLatencyLater)
     // The whole processor, 5.1 in JUCE's order L R C LFE Ls Rs.
     ProcessorHarness h (2, 6, 48000.0, 512);
     EXPECT_EQ (h.processor->getLatencySamples(), latency);
-    h.set (Divergence, 0.0f);
-    h.set (Diffusion, 0.0f);
-    h.set (Lfe, 0.0f);
+    h.with ({ { Divergence, 0.0f }, { Diffusion, 0.0f }, { Lfe, 0.0f } });
     const auto processed = h.run (stereoIn, 512);
     EXPECT_EQ (peakIndex (processed.getReadPointer (2), clickAt, length), clickAt + latency);
 }
@@ -83,21 +79,12 @@ TEST (EngineProcessorSweep, EveryLayoutRateAndBlockSize)
         for (double rate : { 44100.0, 48000.0, 96000.0 })
         {
             const int length = (int) (rate * 0.25);
-            juce::AudioBuffer<float> input (2, length);
-            noise (input.getWritePointer (0), length, 51, 0.3f);
-            noise (input.getWritePointer (1), length, 52, 0.3f);
-            for (int i = 0; i < length; ++i)  // a centred tone over the noise
-            {
-                const float tone = 0.2f * (float) std::sin (2.0 * juce::MathConstants<double>::pi * 440.0 * i / rate);
-                input.getWritePointer (0)[i] += tone;
-                input.getWritePointer (1)[i] += tone;
-            }
+            auto input = TestSignals::noise (2, length, 51);
+            const auto tone = TestSignals::sine (2, length, 440.0, rate, 0.2f);  // centred, over the noise
+            for (int ch = 0; ch < 2; ++ch)
+                input.addFrom (ch, 0, tone, ch, 0, length);
 
-            auto render = [&] (int block) {
-                ProcessorHarness h (2, outputs, rate, block);
-                h.set (DialogIsolate, 1.0f);
-                return h.run (input, block);
-            };
+            auto render = [&] (int block) { return ProcessorHarness (2, outputs, rate, block).with ({ { DialogIsolate, 1.0f } }).run (input, block); };
             const auto reference = render (480);
 
             for (int block : { 1, 64, 480, 4096 })
@@ -107,10 +94,8 @@ TEST (EngineProcessorSweep, EveryLayoutRateAndBlockSize)
                 ASSERT_TRUE (allFinite (out)) << label;
                 for (int ch = 0; ch < outputs; ++ch)
                 {
-                    if (ch != 3)  // the LFE of a noise programme is quiet, not silent
-                    {
-                        EXPECT_GT (rms (out, ch, latency * 2), 1.0e-4) << label << ", channel " << ch;
-                    }
+                    // The LFE of a noise programme is quiet, not silent.
+                    EXPECT_GT (ch == 3 ? 1.0 : rms (out, ch, latency * 2), 1.0e-4) << label << ", channel " << ch;
                     float worst = 0.0f;
                     for (int i = 0; i < length; ++i)
                         worst = std::max (worst, std::abs (out.getSample (ch, i) - reference.getSample (ch, i)));
@@ -124,12 +109,10 @@ TEST (EngineFrame, RegistersAndStampsItsTimingItems)
 {
     EngineRig rig (16, 10);
     // The names are the ones the profiling overlay shows.
-    const char* names[] = { "Upmixer_podIn", "Upmixer_LMIn", "Upmixer_LMOut", "Upmixer_LMDownmix",
-                            "Upmixer_DialogExtraction", "Upmixer_UpmixPsd", "Upmixer_spreadCentre",
-                            "Upmixer_generateLfe", "Upmixer_generateOverheadChannels" };
+    const char* names[] = { "Upmixer_podIn", "Upmixer_LMIn", "Upmixer_LMOut", "Upmixer_LMDownmix", "Upmixer_DialogExtraction",
+                            "Upmixer_UpmixPsd", "Upmixer_spreadCentre", "Upmixer_generateLfe", "Upmixer_generateOverheadChannels" };
     for (int index = 4; index <= 12; ++index)
         ASSERT_STREQ (rig.host.profiler.item (index).name, names[index - 4]) << index;
-
     rig.host.profiler.setEnabled (true);
     rig.run (byKind (480), 480);
     for (int index = 8; index <= 12; ++index)
@@ -144,13 +127,11 @@ TEST (EngineFrame, AllocatesNothingAfterPrepare)
     for (int inputs : { 2, 6 })
     {
         EngineRig rig (25, 12, 48000.0, inputs);
-        rig.set (DialogIsolate, 1.0f);
-        rig.set (DivergeLfcEnable, 1.0f);
+        rig.with ({ { DialogIsolate, 1.0f }, { DivergeLfcEnable, 1.0f } });
         juce::AudioBuffer<float> block (12, 20000);
-        noise (block.getWritePointer (0), 20000, 61);
-        noise (block.getWritePointer (1), 20000, 62);
-        noise (block.getWritePointer (2), 20000, 63);
-
+        block.clear();
+        for (int ch = 0; ch < 3; ++ch)
+            noise (block.getWritePointer (ch), 20000, 61 + ch);
         AllocationCounter::ScopedAllocationCheck check;
         for (int size : { 1, 64, 480, 4096, 20000, 333 })
             rig.engine->process (block.getArrayOfWritePointers(), 12, size);
