@@ -43,3 +43,8 @@ bool SpatialHazeObserver::readSnapshot (SpectraSnapshot& out) const
 {
     return out.copyFrom (guard, snapshot, __PRETTY_FUNCTION__);
 }
+
+bool SpatialHazeObserver::tryReadSnapshot (SpectraSnapshot& out) const
+{
+    return out.copyFrom (guard, snapshot, __PRETTY_FUNCTION__, ScopedObserverLock::tryOnce);
+}

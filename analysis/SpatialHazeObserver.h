@@ -31,6 +31,9 @@ public:
 
     /** Reader's thread; allocates when the size changes: a copy of the snapshot. */
     bool readSnapshot (SpectraSnapshot& out) const;
+    /** Reader's thread (the editor's GUI timer); allocates when the size changes: the same copy
+        when the guard is free at once, else false and `out` unchanged. */
+    bool tryReadSnapshot (SpectraSnapshot& out) const;
 
     /** Any thread, no allocation. */
     int getNumChannels() const noexcept { return numChannels; }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "analysis/ObserverDataGuard.h"
+#include "analysis/ScopedObserverLock.h"
 #include "dsp/FreqDataStore.h"
 
 #include <vector>
@@ -24,8 +25,11 @@ struct SpectraSnapshot
     }
 
     /** Reader's thread; allocates when the size changes. Copies the store while holding the
-        guard exclusively (waiting for it), so the copy never mixes two frames and never races
-        the audio thread's copy into the store; the audio thread skips the frame that arrives
-        meanwhile. An empty store gives an empty snapshot; returns whether there was data. */
-    bool copyFrom (ObserverDataGuard& guard, const FreqDataStore<Complex>::Ptr& store, const char* caller);
+        guard exclusively (waiting for it, or with tryOnce giving up when the audio thread is
+        copying a frame just then), so the copy never mixes two frames and never races the audio
+        thread's copy into the store; the audio thread skips the frame that arrives meanwhile.
+        An empty store gives an empty snapshot; returns whether there was data (false, and the
+        snapshot unchanged, when a try found the guard busy). */
+    bool copyFrom (ObserverDataGuard& guard, const FreqDataStore<Complex>::Ptr& store, const char* caller,
+                   ScopedObserverLock::Wait wait = ScopedObserverLock::waitUntilAcquired);
 };

@@ -40,3 +40,8 @@ bool UpmixerStereoCoherenceObserver::readSnapshot (SpectraSnapshot& out) const
 {
     return out.copyFrom (guard, snapshot, __PRETTY_FUNCTION__);
 }
+
+bool UpmixerStereoCoherenceObserver::tryReadSnapshot (SpectraSnapshot& out) const
+{
+    return out.copyFrom (guard, snapshot, __PRETTY_FUNCTION__, ScopedObserverLock::tryOnce);
+}

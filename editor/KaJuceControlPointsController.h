@@ -32,6 +32,7 @@ public:
     int addPoint (const juce::String& name, int xParameter, int yParameter);
     int getNumPoints() const noexcept { return (int) m_points.size(); }
     Point& getPoint (int index) noexcept { return m_points[(size_t) index]; }
+    const Point& getPoint (int index) const noexcept { return m_points[(size_t) index]; }
     /** Every axis, for the editor to bind. */
     std::vector<KaJuceControl*> getAxes();
 

@@ -1,6 +1,7 @@
 #include "editor/UpmixerEditor.h"
 #include "editor/KaJuceFilmStrip.h"
 #include "editor/KaOglDraw.h"
+#include "processor/KaChannelRouting.h"
 #include "processor/UpmixerParameters.h"
 #include "processor/UpmixerProcessor.h"
 
@@ -9,6 +10,7 @@ using namespace UpmixerParam;
 namespace
 {
     constexpr int headerHeight = 48, tabHeight = 30, statusHeight = 26, margin = 10, pageColumns = 3;
+    constexpr int mainLeftWidth = 300, mainRightWidth = 300;  // the Main page's side columns; the field takes the rest
     constexpr int knobFrames = 101;
 
     std::vector<int> range (int first, int count)
@@ -93,23 +95,7 @@ UpmixerEditor::UpmixerEditor (UpmixerProcessor& processor)
         addToFrame (tab);
     }
 
-    // Main: dialogue, the spatial shape, surrounds and overheads, Listen.
-    addPanel (0, 0, 1, "Spatial", 3, 82, { Divergence, FadeFS, FadeSB, Diffusion, UpmixPsdWidth }, true);
-    addPanel (0, 0, 1, "Links", 2, 26, { ArcLink, VerticalLink });
-    addPanel (0, 1, 1, "Dialogue", 3, 82, { DialogIsolate, DialogMixInC, DialogExtractionStrength }, true);
-    addPanel (0, 1, 1, "Dialogue detector", 2, 26,
-              { DialogExtractionActive, DialogExtractionAggression, DialogAttack, DialogRelease, DE_RampS, DE_Stability, DDGate0, DDGate1, DDGate2 });
-    addPanel (0, 2, 1, "Surrounds", 2, 26, { ShelfEnable, BackBoost, ShelfFreq, ShelfGain });
-    addPanel (0, 2, 1, "Overheads", 2, 26,
-              { VerticalShelfEnable, ExtendedVerticalParamRange, VerticalOnPhase, VerticalOffPhase, VerticalShelfFreq, VerticalShelfGain, VerticalExcludeC, VerticalExcludeLfe });
-    auto& listen = addPanel (0, 2, 1, "Listen", 4, 24,
-                             { MonitorSource, MonitorUpmix, MonitorDownmix, MonitorDelta, MonitorC, MonitorLfe, MonitorCLF, MonitorLsRs,
-                               MonitorLLs, MonitorRRs, MonitorLC, MonitorCR, MonitorLbRb, MonitorLsLb, MonitorLLb, MonitorLtsRts,
-                               MonitorLLts, MonitorLsLts, MonitorLbLts });
-    auto& listenGroup = *m_groups.emplace_back (std::make_unique<KaJuceControlGroup> (true));
-    for (auto* child : listen.getChildren())
-        if (auto* control = dynamic_cast<KaJuceControl*> (child))
-            listenGroup.add (*control);
+    buildMainPage();
 
     // Centre & LFE, downmix.
     addPanel (1, 0, 1, "LFE", 2, 26, { Lfe, LfeFreq, LfeSplit, LfeGain });
@@ -146,16 +132,113 @@ UpmixerEditor::~UpmixerEditor()
     getOglComponent().stopRenderThread();
 }
 
-KaJuceOglGridComponent& UpmixerEditor::addPanel (int page, int column, int span, const juce::String& title, int columns, int rowHeight,
-                                                  const std::vector<int>& numbers, bool knobs)
+KaJuceOglGridComponent& UpmixerEditor::makePanel (const juce::String& title, int columns, int rowHeight, const std::vector<int>& numbers, bool knobs)
 {
     auto& panel = own<KaJuceOglGridComponent> (title, columns, rowHeight);
     panel.setName ("m_panel" + title.removeCharacters (" &"));
     for (int number : numbers)
         panel.addToGrid (makeControl (number, knobs));
+    return panel;
+}
+
+KaJuceOglGridComponent& UpmixerEditor::addPanel (int page, int column, int span, const juce::String& title, int columns, int rowHeight,
+                                                  const std::vector<int>& numbers, bool knobs)
+{
+    auto& panel = makePanel (title, columns, rowHeight, numbers, knobs);
     m_pages[(size_t) page]->addAndMakeVisible (panel);
     m_panels.push_back ({ page, column, span, &panel });
     return panel;
+}
+
+void UpmixerEditor::buildMainPage()
+{
+    // Left: the shape's values beside the field (typed entry too), links, surrounds, overheads.
+    auto& page = *m_pages[0];
+    for (auto* panel : { &makePanel ("Shape", 3, 82, { Divergence, FadeFS, FadeSB, Diffusion, UpmixPsdWidth }, true),
+                         &makePanel ("Links", 2, 26, { ArcLink, VerticalLink }),
+                         &makePanel ("Surrounds", 2, 26, { ShelfEnable, BackBoost, ShelfFreq, ShelfGain }),
+                         &makePanel ("Overheads", 2, 26, { VerticalShelfEnable, ExtendedVerticalParamRange, VerticalOnPhase, VerticalOffPhase,
+                                                           VerticalShelfFreq, VerticalShelfGain, VerticalExcludeC, VerticalExcludeLfe }) })
+    {
+        page.addAndMakeVisible (*panel);
+        m_mainLeft.push_back (panel);
+    }
+
+    // Centre: the surround field; its points are bound after the knobs, which findControl()
+    // finds first.
+    m_field = &own<UpmixerSurroundField>();
+    page.addAndMakeVisible (*m_field);
+    for (auto* axis : m_field->getOverlay().getAxes())
+        registerControl (*axis);
+
+    // Right: dialogue, then Listen.
+    auto& dialogue = own<KaJuceOglGridComponent> ("Dialogue", 1, 62);
+    dialogue.setName ("m_panelDialogue");
+    m_dialogueActivity = &own<UpmixerDialogueActivity>();
+    dialogue.addToGrid (*m_dialogueActivity);
+    page.addAndMakeVisible (dialogue);
+    m_mainRight.push_back (&dialogue);
+    auto& detector = makePanel ("Dialogue controls", 2, 26, { DialogIsolate, DialogMixInC, DialogExtractionStrength, DialogExtractionActive,
+                                                              DialogExtractionAggression, DialogAttack, DialogRelease, DE_RampS,
+                                                              DE_Stability, DDGate0, DDGate1, DDGate2 });
+    page.addAndMakeVisible (detector);
+    m_mainRight.push_back (&detector);
+
+    using namespace KaChannelRouting;
+    const std::pair<int, std::vector<int>> modes[] = {
+        { MonitorSource, {} }, { MonitorUpmix, {} }, { MonitorDownmix, {} }, { MonitorDelta, {} },
+        { MonitorC, { kindC } }, { MonitorLfe, { kindLfe } }, { MonitorCLF, { kindC } }, { MonitorLC, { kindL, kindC } },
+        { MonitorCR, { kindC, kindR } }, { MonitorLsRs, { kindLs, kindRs } }, { MonitorLLs, { kindL, kindLs } }, { MonitorRRs, { kindR, kindRs } },
+        { MonitorLbRb, { kindLsr, kindRsr } }, { MonitorLsLb, { kindLs, kindLsr } }, { MonitorLLb, { kindL, kindLsr } },
+        { MonitorLtsRts, { kindLts, kindRts } }, { MonitorLLts, { kindL, kindLts } }, { MonitorLsLts, { kindLs, kindLts } },
+        { MonitorLbLts, { kindLsr, kindLts } },
+    };
+    m_listen = &own<UpmixerListenPanel>();
+    auto& listenGroup = *m_groups.emplace_back (std::make_unique<KaJuceControlGroup> (true));
+    for (const auto& [number, kinds] : modes)
+    {
+        auto& button = dynamic_cast<KaJuceButton&> (makeControl (number, false));
+        m_listen->addMode (button, kinds);
+        listenGroup.add (button);
+    }
+    m_listen->update (getProcessorBase().getParameterTable(), m_upmixer.getCurrentRouting(), m_upmixer.getEngineOutputCount());
+    page.addAndMakeVisible (*m_listen);
+}
+
+void UpmixerEditor::layOutMainPage (juce::Rectangle<int> area)
+{
+    if (m_field == nullptr)
+        return;  // not built yet
+    auto left = area.removeFromLeft (mainLeftWidth);
+    area.removeFromLeft (margin);
+    auto right = area.removeFromRight (mainRightWidth);
+    area.removeFromRight (margin);
+    m_field->setBounds (area);
+    for (auto* panel : m_mainLeft)
+    {
+        panel->setBounds (left.removeFromTop (panel->getRequiredHeight()));
+        left.removeFromTop (margin);
+    }
+    for (auto* panel : m_mainRight)
+    {
+        panel->setBounds (right.removeFromTop (panel->getRequiredHeight()));
+        right.removeFromTop (margin);
+    }
+    m_listen->setBounds (right.withHeight (m_listen->getRequiredHeight()));
+}
+
+void UpmixerEditor::updateDisplays()
+{
+    if (! m_pages[0]->isVisible())
+        return;  // the field and the dialogue meter read their observers only while shown
+    m_field->update (m_upmixer);
+    const auto& frequencyDomain = m_upmixer.m_upmixerAlgo.getFrequencyDomainAlgo();
+    const auto& table = getProcessorBase().getParameterTable();
+    m_dialogueActivity->push (frequencyDomain.dialogEnergy.load (std::memory_order_relaxed),
+                              frequencyDomain.remainderEnergy.load (std::memory_order_relaxed), table.get (DialogIsolate) > 0.0f);
+    m_listen->update (table, m_upmixer.getCurrentRouting(), m_upmixer.getEngineOutputCount());
+    if (m_listen->getHeight() != m_listen->getRequiredHeight())
+        m_listen->setSize (m_listen->getWidth(), m_listen->getRequiredHeight());
 }
 
 KaJuceControl& UpmixerEditor::makeControl (int number, bool knob)
@@ -255,6 +338,7 @@ void UpmixerEditor::resized()
     }
 
     const auto pageArea = area.reduced (margin, 4);
+    layOutMainPage (pageArea.withZeroOrigin());
     const int columnWidth = (pageArea.getWidth() - (pageColumns - 1) * margin) / pageColumns;
     std::vector<int> top ((size_t) (m_pages.size() * pageColumns), 0);
     for (auto* page : m_pages)

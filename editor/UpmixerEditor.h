@@ -7,6 +7,9 @@
 #include "editor/KaJuceEditorBase.h"
 #include "editor/KaJuceGridComponent.h"
 #include "editor/KaJuceSelectorControl.h"
+#include "editor/UpmixerDialogueActivity.h"
+#include "editor/UpmixerListenPanel.h"
+#include "editor/UpmixerSurroundField.h"
 
 class UpmixerProcessor;
 
@@ -32,15 +35,24 @@ public:
     int getNumPages() const noexcept { return (int) m_pages.size(); }
     juce::String getPageName (int page) const { return m_tabs[(size_t) juce::jlimit (0, getNumPages() - 1, page)]->getName(); }
     juce::String getStatusText() const { return m_readoutStatus.getLabel(); }
+    UpmixerSurroundField& getSurroundField() noexcept { return *m_field; }
+    UpmixerDialogueActivity& getDialogueActivity() noexcept { return *m_dialogueActivity; }
+    UpmixerListenPanel& getListenPanel() noexcept { return *m_listen; }
 
 protected:
+    void updateDisplays() override;
     void updateOtherState() override;
 
 private:
     /** A panel of controls for the given parameters on a page. */
     KaJuceOglGridComponent& addPanel (int page, int column, int span, const juce::String& title, int columns, int rowHeight,
                                       const std::vector<int>& numbers, bool knobs = false);
+    KaJuceOglGridComponent& makePanel (const juce::String& title, int columns, int rowHeight, const std::vector<int>& numbers, bool knobs = false);
     KaJuceControl& makeControl (int number, bool knob);
+    /** The Main page: shape values, links, surrounds and overheads; the surround field;
+        dialogue and Listen. */
+    void buildMainPage();
+    void layOutMainPage (juce::Rectangle<int> area);
     template <typename T, typename... Args> T& own (Args&&... args);
 
     UpmixerProcessor& m_upmixer;
@@ -50,6 +62,10 @@ private:
     struct PanelPlace { int page, column, span; KaJuceOglGridComponent* panel; };
     std::vector<PanelPlace> m_panels;  // stacked top to bottom within their columns
     std::vector<KaJuceButton*> m_tabs;
+    std::vector<KaJuceOglGridComponent*> m_mainLeft, m_mainRight;  // the Main page's side columns, top to bottom
+    UpmixerSurroundField* m_field = nullptr;
+    UpmixerDialogueActivity* m_dialogueActivity = nullptr;
+    UpmixerListenPanel* m_listen = nullptr;
     juce::Image m_knobStrip;
 
     KaJuceMarginReadout m_readoutTitle { "m_readoutTitle" };

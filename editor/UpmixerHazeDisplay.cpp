@@ -1,0 +1,130 @@
+#include "editor/UpmixerHazeDisplay.h"
+#include "editor/KaJuceTheme.h"
+#include "editor/KaOglDraw.h"
+
+#include <juce_opengl/juce_opengl.h>
+
+using namespace juce::gl;
+
+namespace
+{
+    constexpr float lowHz = 100.0f, highHz = 16000.0f;
+}
+
+UpmixerHazeDisplay::UpmixerHazeDisplay()
+{
+    setName ("UpmixerHazeDisplay");
+    setInterceptsMouseClicks (false, false);
+}
+
+juce::Colour UpmixerHazeDisplay::colourForFrequency (float hz) noexcept
+{
+    // Low bands red-orange, the middle green, highs blue to violet: the order of the spectrum.
+    const float p = juce::jlimit (0.0f, 1.0f, std::log (juce::jmax (hz, lowHz) / lowHz) / std::log (highHz / lowHz));
+    return juce::Colour::fromHSV (0.02f + 0.72f * p, 0.78f, 1.0f, 1.0f);
+}
+
+void UpmixerHazeDisplay::setHaze (const std::vector<UpmixerHazeField::Band>& bands)
+{
+    m_tracks.clear();
+    const float spacing = (outerRing - innerRing) / (float) juce::jmax ((size_t) 1, bands.size());
+    m_fTrackThickness = spacing * 1.8f;  // neighbours overlap into one haze
+    for (size_t b = 0; b < bands.size(); ++b)
+    {
+        const auto& band = bands[b];
+        if (band.level <= 0.0f)
+            continue;
+        Track track;
+        track.ring = innerRing + spacing * ((float) b + 0.5f);
+        track.azimuth = juce::radiansToDegrees (std::atan2 (band.x, band.y));
+        const float focus = juce::jlimit (0.0f, 1.0f, std::hypot (band.x, band.y));
+        track.width = 10.0f + 80.0f * (1.0f - focus) + 30.0f * (1.0f - band.coherence);
+        track.colour = colourForFrequency (band.centreHz).withAlpha (0.85f * std::pow (band.level, 1.5f));
+        m_tracks.push_back (track);
+    }
+    requestRedraw();
+}
+
+void UpmixerHazeDisplay::render (double)
+{
+    const auto g = getGeometry();
+    drawFloor (g);
+
+    glBlendFunc (GL_SRC_ALPHA, GL_ONE);
+    for (const auto& track : m_tracks)
+        drawTrack (g, track);
+    glBlendFunc (GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
+
+    // The listener, facing the front, over the haze.
+    KaOglDraw::fillCircle (g.centre.x, g.centre.y, 9.0f, KaJuceTheme::control);
+    KaOglDraw::drawCircle (g.centre.x, g.centre.y, 9.0f, KaJuceTheme::textDim, 1.2f);
+    KaOglDraw::drawLine (g.centre.x, g.centre.y - 9.0f, g.centre.x, g.centre.y - 15.0f, KaJuceTheme::textDim, 1.5f);
+    drawKey();
+}
+
+void UpmixerHazeDisplay::drawTrack (const UpmixerFieldGeometry& g, const Track& track)
+{
+    // A ring whose brightness falls off as a Gaussian of the angle from the band's direction,
+    // and from the ring's middle to its edges, as two quad strips.
+    constexpr int segments = 120;
+    const float half = m_fTrackThickness * 0.5f;
+    const float radii[3] = { track.ring - half, track.ring, track.ring + half };
+    for (int part = 0; part < 2; ++part)
+    {
+        glBegin (GL_QUAD_STRIP);
+        for (int i = 0; i <= segments; ++i)
+        {
+            const float azimuth = -180.0f + 360.0f * (float) i / (float) segments;
+            const float off = std::remainder (azimuth - track.azimuth, 360.0f) / track.width;
+            const auto colour = track.colour.withMultipliedAlpha (std::exp (-0.5f * off * off));
+            for (int edge = 0; edge < 2; ++edge)
+            {
+                const float r = radii[part + edge];
+                KaOglDraw::setColour ((part + edge) == 1 ? colour : colour.withAlpha (0.0f));
+                const auto p = g.at (azimuth, juce::jmax (0.0f, r));
+                glVertex2f (p.x, p.y);
+            }
+        }
+        glEnd();
+    }
+}
+
+void UpmixerHazeDisplay::drawFloor (const UpmixerFieldGeometry& g)
+{
+    const float pi2 = juce::MathConstants<float>::twoPi;
+    KaOglDraw::fillCircle (g.centre.x, g.centre.y, g.radius, KaJuceTheme::background.brighter (0.05f));
+    for (float ring : { 0.25f, 0.5f, 0.75f })
+        KaOglDraw::fillArc (g.centre.x, g.centre.y, g.radius * ring, 1.0f, 0.0f, pi2, KaJuceTheme::panelEdge.withAlpha (0.6f));
+    // The overheads' ring dashed, the ear-level ring solid.
+    for (int i = 0; i < 48; i += 2)
+        KaOglDraw::fillArc (g.centre.x, g.centre.y, g.radius * UpmixerFieldGeometry::heightRing, 1.2f, pi2 * (float) i / 48.0f,
+                            pi2 * (float) (i + 1) / 48.0f, KaJuceTheme::controlEdge);
+    KaOglDraw::fillArc (g.centre.x, g.centre.y, g.radius, 1.5f, 0.0f, pi2, KaJuceTheme::controlEdge);
+    for (const auto& spoke : m_spokes)
+    {
+        const auto end = g.at (spoke.x, spoke.y);
+        KaOglDraw::drawLine (g.centre.x, g.centre.y, end.x, end.y, KaJuceTheme::panelEdge, 1.0f);
+    }
+}
+
+void UpmixerHazeDisplay::drawKey()
+{
+    auto key = getLocalBounds().removeFromBottom (keyHeight).reduced (4, 5);
+    auto* font = getOglFont (KaJuceTheme::smallText);
+    if (font == nullptr)
+        return;
+    const auto label = key.removeFromLeft (112);
+    font->drawText ("Haze by frequency", label, juce::Justification::centredLeft, KaJuceTheme::textDim);
+    auto strip = key.removeFromLeft (juce::jmin (key.getWidth() - 120, 220)).toFloat().reduced (0.0f, 3.0f);
+    const int steps = 40;
+    for (int i = 0; i < steps; ++i)
+    {
+        const float hz = lowHz * std::pow (highHz / lowHz, ((float) i + 0.5f) / (float) steps);
+        KaOglDraw::fillRect ({ strip.getX() + strip.getWidth() * (float) i / (float) steps, strip.getY(), strip.getWidth() / (float) steps + 0.5f,
+                               strip.getHeight() }, colourForFrequency (hz).withAlpha (0.85f));
+    }
+    font->drawText ("100 Hz", { (int) strip.getX() - 2, key.getY() - 1, 60, key.getHeight() }, juce::Justification::centredLeft, KaJuceTheme::background);
+    font->drawText ("16 kHz", { (int) strip.getRight() - 58, key.getY() - 1, 56, key.getHeight() }, juce::Justification::centredRight, KaJuceTheme::background);
+    key.removeFromLeft (8);
+    font->drawText ("lows inside, highs outside", key, juce::Justification::centredLeft, KaJuceTheme::textDim);
+}

@@ -1,0 +1,57 @@
+#pragma once
+
+#include "analysis/UpmixerHazeField.h"
+#include "editor/KaGuiText.h"
+#include "editor/KaJuceOglFont.h"
+#include "editor/KaOglChildComponent.h"
+#include "editor/UpmixerChannelCircle.h"
+#include "editor/UpmixerGraphOverlay.h"
+#include "editor/UpmixerHazeDisplay.h"
+
+#include <array>
+#include <memory>
+
+class UpmixerProcessor;
+
+/** The surround field on the editor's Main page: a panel holding the floor with the spatial
+    haze (UpmixerHazeDisplay), one UpmixerChannelCircle per output channel of the current layout
+    at its loudspeaker's place (overheads on the inner ring, the LFE apart in a corner), and the
+    points that shape the upmix (UpmixerGraphOverlay) on top.
+
+    update() runs in the editor's updateGui() (message thread, render lock held) while the field
+    is shown: it follows the layout, reads the upmix level meters and the haze with their
+    non-blocking readers, and takes the channel colours from the colour parameters (the per-user
+    locked copies while Lock Colours is on). */
+class UpmixerSurroundField : public KaOglChildComponent, public KaJuceOglFontUser
+{
+public:
+    UpmixerSurroundField();
+
+    void update (UpmixerProcessor& processor);
+
+    UpmixerGraphOverlay& getOverlay() noexcept { return m_overlay; }
+    UpmixerHazeDisplay& getHazeDisplay() noexcept { return m_haze; }
+    const UpmixerHazeField& getHazeField() const noexcept { return m_hazeField; }
+    /** The circle of a channel kind (0..11), shown or not. */
+    UpmixerChannelCircle& getCircle (int kind) noexcept { return *m_circles[(size_t) kind]; }
+    int getNumCirclesShown() const;
+
+    /** The layout's name as the title shows it ("7.1.4"). */
+    static juce::String layoutName (int numOutputs);
+    /** The colour parameter a channel kind is drawn with. */
+    static int colourParameterOf (int kind) noexcept;
+
+    void render (double time) override;
+    void resized() override;
+
+private:
+    void placeCircles();
+
+    static constexpr int titleHeight = 24;
+    UpmixerHazeDisplay m_haze;
+    std::array<std::unique_ptr<UpmixerChannelCircle>, 12> m_circles;
+    UpmixerGraphOverlay m_overlay;
+    UpmixerHazeField m_hazeField;
+    KaGuiText m_title;
+    int m_nRouting = -1, m_nOutputs = -1;
+};
