@@ -36,8 +36,14 @@ KaJuceEditorBase::~KaJuceEditorBase()
 {
     stopTimer();
     m_oglComponent.stopRenderThread();
+    forgetControls();
+}
+
+void KaJuceEditorBase::forgetControls()
+{
     for (auto* c : m_controls)
         c->removeListener (this);
+    m_controls.clear();
 }
 
 void KaJuceEditorBase::resized()

@@ -88,6 +88,9 @@ protected:
     void addToFrame (juce::Component& child) { m_oglComponent.addAndMakeVisible (child); }
     /** The same for a child that starts hidden (pop-ups). */
     void addHiddenToFrame (juce::Component& child) { m_oglComponent.addChildComponent (child); }
+    /** Stops listening to every registered control: a derived editor whose members own
+        controls calls it in its destructor, before they go. */
+    void forgetControls();
     /** Puts the notice box and the disable screen back on top (after the derived editor added
         its children). */
     void keepOverlaysOnTop();

@@ -102,17 +102,9 @@ UpmixerEditor::UpmixerEditor (UpmixerProcessor& processor)
     addPanel (1, 0, 1, "Centre LF split", 1, 26, { DivergeLfcEnable, DivergeLfcAmount, DivergeLfcFreq });
     addPanel (1, 1, 1, "Downmix", 1, 26, { DownmixC, DownmixS, DownmixB, DownmixLfe, DownmixExact, MuteDownmix0, MuteDownmix1 });
 
-    // I/O: routing and inputs, the output channel strips.
-    addPanel (2, 0, 1, "Routing", 1, 26, { Routing, MixType, InputMixType, AmbisonicFormat, TimecodeFramerate, AudioThru });
-    addPanel (2, 1, 1, "Inputs", 2, 26,
-              { TrimSource0, TrimSource1, MuteSource0, MuteSource1, MuteSourceMulti0, MuteSourceMulti1, MuteSourceMulti2, ExcludeC, ExcludeLfe,
-                ExcludeLfeGain, SwitchedMultiInputFadeAlgo });
-    std::vector<int> strips = range (Trim0, numOutputs);
-    for (int i = 0; i < numOutputs; ++i)
-        strips.push_back (Mute0 + i);
-    for (int i = 0; i < numOutputs; ++i)
-        strips.push_back (Solo0 + i);
-    addPanel (2, 0, 3, "Outputs", numOutputs, 26, strips);
+    // I/O: the channel strips with their meters, routing, the multi-input options, correlation.
+    m_ioPage = &own<UpmixerIOPage> (*this, processor, [this] (int number) -> KaJuceControl& { return makeControl (number, false); });
+    m_pages[2]->addAndMakeVisible (*m_ioPage);
 
     // Colours and meter splits.
     addPanel (3, 0, 1, "Colours", 2, 26, range (ColC, 11));
@@ -128,8 +120,9 @@ UpmixerEditor::UpmixerEditor (UpmixerProcessor& processor)
 
 UpmixerEditor::~UpmixerEditor()
 {
-    // The render thread goes before anything it draws.
+    // The render thread goes before anything it draws, the base's bindings before the controls.
     getOglComponent().stopRenderThread();
+    forgetControls();
 }
 
 KaJuceOglGridComponent& UpmixerEditor::makePanel (const juce::String& title, int columns, int rowHeight, const std::vector<int>& numbers, bool knobs)
@@ -229,6 +222,7 @@ void UpmixerEditor::layOutMainPage (juce::Rectangle<int> area)
 
 void UpmixerEditor::updateDisplays()
 {
+    m_ioPage->update();
     if (! m_pages[0]->isVisible())
         return;  // the field and the dialogue meter read their observers only while shown
     m_field->update (m_upmixer);
@@ -343,6 +337,8 @@ void UpmixerEditor::resized()
     std::vector<int> top ((size_t) (m_pages.size() * pageColumns), 0);
     for (auto* page : m_pages)
         page->setBounds (pageArea);
+    if (m_ioPage != nullptr)
+        m_ioPage->setBounds (pageArea.withZeroOrigin());
     for (const auto& place : m_panels)
     {
         int y = 0;

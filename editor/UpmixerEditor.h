@@ -10,6 +10,7 @@
 #include "editor/UpmixerDialogueActivity.h"
 #include "editor/UpmixerListenPanel.h"
 #include "editor/UpmixerSurroundField.h"
+#include "editor/UpmixerIOPage.h"
 
 class UpmixerProcessor;
 
@@ -38,6 +39,7 @@ public:
     UpmixerSurroundField& getSurroundField() noexcept { return *m_field; }
     UpmixerDialogueActivity& getDialogueActivity() noexcept { return *m_dialogueActivity; }
     UpmixerListenPanel& getListenPanel() noexcept { return *m_listen; }
+    UpmixerIOPage& getIOPage() noexcept { return *m_ioPage; }
 
 protected:
     void updateDisplays() override;
@@ -66,6 +68,7 @@ private:
     UpmixerSurroundField* m_field = nullptr;
     UpmixerDialogueActivity* m_dialogueActivity = nullptr;
     UpmixerListenPanel* m_listen = nullptr;
+    UpmixerIOPage* m_ioPage = nullptr;
     juce::Image m_knobStrip;
 
     KaJuceMarginReadout m_readoutTitle { "m_readoutTitle" };

@@ -348,20 +348,8 @@ void UpmixerProcessor::applyInputTrims (float* const* host, int numInputs, int n
     const auto& t = getParameterTable();
     for (int ch = 0; ch < numInputs && ch < maxChannels; ++ch)
     {
-        int muteParameter = -1;
-        if (numInputs == 2)
-            muteParameter = ch == 0 ? MuteSource0 : MuteSource1;
-        else if (numInputs < 6)
-        {
-            int channel = 0;
-            for (int group = 0; group < 3 && muteParameter < 0; ++group)
-                for (int slot = 0; slot < muteGroupSlots[numInputs][group]; ++slot, ++channel)
-                    if (channel == ch)
-                        muteParameter = MuteSourceMulti0 + group;
-        }
-
-        // Stereo has a trim per side; every other input count shares one trim on purpose.
-        float gain = levelGain (t, numInputs == 2 && ch == 1 ? TrimSource1 : TrimSource0);
+        const int muteParameter = sourceMuteParameter (numInputs, ch);
+        float gain = levelGain (t, sourceTrimParameter (numInputs, ch));
         if (muteParameter >= 0 && t.isOn (muteParameter))
             gain = 0.0f;
 
@@ -524,6 +512,28 @@ void UpmixerProcessor::feedObservers (int numSamples) noexcept
     signals.delta = deltaBuffer.getArrayOfWritePointers();
     signals.routing = getCurrentRouting();
     m_observers.feedOutputs (signals, numSamples);
+}
+
+int UpmixerProcessor::sourceTrimParameter (int numInputs, int input) noexcept
+{
+    // Stereo has a trim per side; every other input count shares one trim on purpose.
+    return numInputs == 2 && input == 1 ? TrimSource1 : TrimSource0;
+}
+
+int UpmixerProcessor::sourceMuteParameter (int numInputs, int input) noexcept
+{
+    if (numInputs == 2)
+        return input == 0 ? MuteSource0 : input == 1 ? MuteSource1 : -1;
+    if (numInputs < 1 || numInputs >= 6 || input < 0)
+        return -1;
+    int first = 0;
+    for (int group = 0; group < 3; ++group)
+    {
+        first += muteGroupSlots[numInputs][group];
+        if (input < first)
+            return MuteSourceMulti0 + group;
+    }
+    return -1;
 }
 
 int UpmixerProcessor::routingForMixType (int choice, int pluginType) noexcept

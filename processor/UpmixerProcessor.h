@@ -89,6 +89,12 @@ public:
         tests run without one. */
     static std::function<juce::AudioProcessorEditor* (UpmixerProcessor&)> editorFactory;
 
+    /** The trim and the mute (or -1: none) that act on host input `input` of numInputs: stereo
+        has a trim and a mute per side; other counts share TrimSource0, and up to 5 inputs
+        have the three mutes MuteSourceMulti0..2 over groups of neighbouring inputs. */
+    static int sourceTrimParameter (int numInputs, int input) noexcept;
+    static int sourceMuteParameter (int numInputs, int input) noexcept;
+
     /** The routing a MixType choice selects, or -1 for the host's own order. */
     static int routingForMixType (int choice, int pluginType) noexcept;
 
