@@ -143,5 +143,5 @@ void KaJuceDragControl::render (double)
                          isEnabled() ? getAccentColour() : KaJuceTheme::textDim);
     drawLabel (bounds.reduced (6, 0), juce::Justification::centredLeft, KaJuceTheme::textDim);
     if (font != nullptr)
-        font->drawText (getValueText(), bounds.reduced (6, 0), juce::Justification::centredRight, textColour);
+        font->drawText (getValueText(), bounds.reduced (6, 0), m_valueJustification, textColour);
 }

@@ -28,6 +28,8 @@ public:
     void setWrap (bool on) noexcept { m_bWrap = on; }
     void setRangeLimit (bool on, float lower, float upper) noexcept { m_bRangeLimit = on; m_fLower = lower; m_fUpper = upper; }
     void setUseResizeCursor (bool on) noexcept { m_bResizeCursor = on; }
+    /** Where the value box puts the value (right of the label by default). */
+    void setValueJustification (juce::Justification j) noexcept { m_valueJustification = j; }
     /** Grow the typed-entry box by one pixel on each side. */
     void setGrowTextEditor (bool on) noexcept { m_bGrowTextEditor = on; }
 
@@ -52,6 +54,7 @@ private:
     bool m_bRangeLimit = false;
     float m_fLower = 0.0f, m_fUpper = 1.0f;
     bool m_bResizeCursor = true, m_bGrowTextEditor = false;
+    juce::Justification m_valueJustification { juce::Justification::centredRight };
     float m_fLastValue = 0.0f;
     juce::Point<float> m_lastPosition;
     bool m_bResetHeld = false;

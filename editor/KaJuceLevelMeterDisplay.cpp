@@ -57,7 +57,7 @@ void KaJuceLevelMeterDisplay::tick (float levelDb, float peakDb, double nowMs)
     const float oldMax = m_fMaxDb;
     m_fMaxDb = juce::jmax (m_fMaxDb, peakDb);
     if (m_fMaxDb != oldMax || m_maxText.isEmpty())
-        m_maxText = m_fMaxDb <= floorDb ? juce::String ("-inf") : juce::String (m_fMaxDb, 1);
+        m_maxText = m_fMaxDb <= floorDb ? juce::String ("-inf") : (m_fMaxDb > 0.0f ? "+" : "") + juce::String (m_fMaxDb, 1);
 }
 
 juce::Rectangle<int> KaJuceLevelMeterDisplay::barAreaFor (int w, int h) noexcept

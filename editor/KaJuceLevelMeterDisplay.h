@@ -34,7 +34,7 @@ public:
     static constexpr float floorDb = -70.0f, topDb = 6.0f;
     static float fractionForDb (float db) noexcept;
     /** The dB marks a scale beside the meters labels. */
-    static constexpr std::array<int, 9> scaleMarks { 6, 0, -6, -12, -20, -30, -40, -50, -60 };
+    static constexpr std::array<int, 8> scaleMarks { 6, 0, -6, -12, -20, -30, -40, -60 };
 
     static constexpr float releaseDbPerSecond = 20.0f / 1.5f;
     static constexpr double holdMs = 2000.0;

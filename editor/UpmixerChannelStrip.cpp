@@ -21,6 +21,7 @@ UpmixerChannelStrip::UpmixerChannelStrip (const juce::String& name)
     m_dragTrim.setLabel ({});
     m_dragTrim.setLabelFontSize (KaJuceTheme::smallText);
     m_dragTrim.setGrowTextEditor (true);
+    m_dragTrim.setValueJustification (juce::Justification::centred);
     for (auto* b : { &m_btnFirst, &m_btnSecond })
         b->setLabelFontSize (KaJuceTheme::smallText);
     for (juce::Component* c : { (juce::Component*) &m_readoutName, (juce::Component*) &m_meter, (juce::Component*) &m_dragTrim,
@@ -72,6 +73,8 @@ void UpmixerChannelStrip::labelSwitches()
 void UpmixerChannelStrip::resized()
 {
     KaOglChildComponent::resized();
+    // Narrow strips (ten sources beside twelve outputs) take their names a size smaller.
+    m_readoutName.setLabelFontSize (getWidth() < 48 ? KaJuceTheme::bodyText : KaJuceTheme::titleText);
     auto area = getLocalBounds().reduced (3, 4);
     m_readoutName.setBounds (area.removeFromTop (nameHeight));
     auto controls = area.removeFromBottom (controlsHeight (getWidth()));

@@ -222,7 +222,7 @@ void UpmixerEditor::layOutMainPage (juce::Rectangle<int> area)
 
 void UpmixerEditor::updateDisplays()
 {
-    m_ioPage->update();
+    m_ioPage->update (m_pages[2]->isVisible());
     if (! m_pages[0]->isVisible())
         return;  // the field and the dialogue meter read their observers only while shown
     m_field->update (m_upmixer);

@@ -75,6 +75,7 @@ UpmixerIOPage::UpmixerIOPage (KaJuceEditorBase& editor, UpmixerProcessor& proces
     {
         auto& strip = addStrip (m_panelDownmix, "m_stripDownmix" + juce::String (i));
         m_downmix.push_back (std::unique_ptr<UpmixerChannelStrip> (&strip));
+        strip.setVisible (true);
         const int mute = i == 0 ? MuteDownmix0 : MuteDownmix1;
         strip.setChannel (i == 0 ? "Lo" : "Ro", KaJuceTheme::text);
         strip.bindTrim (KaJuceControl::noParameter, 0.0f);
@@ -98,7 +99,7 @@ UpmixerIOPage::UpmixerIOPage (KaJuceEditorBase& editor, UpmixerProcessor& proces
     m_btnCorrelation.setLabelFontSize (KaJuceTheme::smallText);
     m_panelCorrelation.addAndMakeVisible (m_btnCorrelation);
     m_editor.registerControl (m_btnCorrelation);
-    m_readoutCorrelationHint.setLabel ("Phase agreement of the source, the downmix and neighbouring speakers, -1 to +1");
+    m_readoutCorrelationHint.setLabel ("Source, downmix and neighbouring speakers, -1 to +1");
     m_readoutCorrelationHint.setTextColour (KaJuceTheme::textDim);
     m_readoutCorrelationHint.setDrawsBackground (false);
     m_readoutCorrelationHint.setLabelFontSize (KaJuceTheme::smallText);
@@ -272,12 +273,12 @@ void UpmixerIOPage::updateStyles()
     }
 }
 
-void UpmixerIOPage::update()
+void UpmixerIOPage::update (bool pageShown)
 {
     if (const auto now = currentLayout(); ! (now == m_layout))
         applyLayout (now);
-    if (! isShowing())
-        return;  // the observers' peaks are read and reset only while someone looks
+    if (! pageShown)
+        return;
     updateStyles();
     updateMeters();
 }

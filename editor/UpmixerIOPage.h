@@ -31,8 +31,9 @@ public:
     UpmixerIOPage (KaJuceEditorBase& editor, UpmixerProcessor& processor, const ControlFactory& makeControl);
     ~UpmixerIOPage() override;
 
-    /** Message thread, inside updateGui(). */
-    void update();
+    /** Message thread, inside updateGui(). The observers' peaks are read (and so reset) only
+        while the page is shown, so that another display of the same meters loses nothing. */
+    void update (bool pageShown);
 
     int getNumSourceStrips() const noexcept { return m_nSources; }
     int getNumOutputStrips() const noexcept { return m_nOutputs; }
