@@ -1,5 +1,4 @@
 #include "analysis/UpmixerHazeField.h"
-#include "analysis/SpatialPosition.h"
 #include "analysis/UpmixerSpeakerAngles.h"
 
 #include <algorithm>
@@ -27,7 +26,7 @@ void UpmixerHazeField::prepareBands (double sampleRate, int fftSize)
     m_dBandsRate = sampleRate;
     m_nBandsFftSize = fftSize;
     const auto n = (size_t) m_pBands->size();
-    m_smoothed.assign (n, {});
+    m_channelEnergy.assign (n, {});
     m_cross.assign (n, {});
     m_bands.assign (n, {});
     for (size_t b = 0; b < n; ++b)
@@ -57,31 +56,41 @@ bool UpmixerHazeField::update (const UpmixerObservers& observers, int routing, i
     return true;
 }
 
+float UpmixerHazeField::levelOf (double energy, int numBins) noexcept
+{
+    const double perBin = energy / (double) std::max (1, numBins) / fullScaleBinEnergy;
+    const float db = perBin > 1.0e-12 ? (float) (10.0 * std::log10 (perBin)) : -120.0f;
+    return std::clamp ((db - levelFloorDb) / (levelTopDb - levelFloorDb), 0.0f, 1.0f);
+}
+
 void UpmixerHazeField::takeUpmixFrame (bool fresh, int routing, int numOutputs)
 {
-    // A stale copy counts as silence, so the haze fades when the audio stops.
-    m_frame.assign (m_smoothed.size(), {});
-    if (fresh)
-    {
-        const auto azimuths = UpmixerSpeakerAngles::forUpmixHaze (routing, numOutputs);
-        SpatialPosition::accumulate (m_upmix, azimuths.data(), (int) azimuths.size(), *m_pBands, m_frame);
-    }
-
+    m_azimuths = UpmixerSpeakerAngles::forUpmixHaze (routing, numOutputs);
+    const int channels = std::min (m_upmix.numChannels, (int) m_azimuths.size());
     const auto& bands = m_pBands->getBands();
-    for (size_t b = 0; b < m_smoothed.size(); ++b)
+    for (size_t b = 0; b < m_channelEnergy.size(); ++b)
     {
-        auto& s = m_smoothed[b];
-        const auto& f = m_frame[b];
-        s.energy = smoothing * s.energy + (1.0 - smoothing) * f.energy;
-        s.x = smoothing * s.x + (1.0 - smoothing) * f.x;
-        s.y = smoothing * s.y + (1.0 - smoothing) * f.y;
-
+        const int first = bands[b].firstBin, end = std::min (bands[b].endBin, m_upmix.numBins);
+        EnergyVector vector;
+        double total = 0.0;
         auto& out = m_bands[b];
-        const double perBin = s.energy / (double) std::max (1, bands[b].endBin - bands[b].firstBin) / fullScaleBinEnergy;
-        const float db = perBin > 1.0e-12 ? (float) (10.0 * std::log10 (perBin)) : -120.0f;
-        out.level = std::clamp ((db - levelFloorDb) / (levelTopDb - levelFloorDb), 0.0f, 1.0f);
-        out.x = s.energy > 0.0 ? (float) (s.x / s.energy) : 0.0f;
-        out.y = s.energy > 0.0 ? (float) (s.y / s.energy) : 0.0f;
+        for (int c = 0; c < (int) m_azimuths.size(); ++c)
+        {
+            // A stale copy counts as silence, so the haze fades when the audio stops.
+            double e = 0.0;
+            if (fresh && c < channels && ! std::isnan (m_azimuths[(size_t) c]))
+                for (int k = first; k < end; ++k)
+                    e += m_upmix.energy (c, k);
+            auto& smoothed = m_channelEnergy[b][(size_t) c];
+            smoothed = (float) (smoothing * smoothed + (1.0 - smoothing) * e);
+            out.channelLevel[(size_t) c] = std::isnan (m_azimuths[(size_t) c]) ? 0.0f : levelOf (smoothed, end - first);
+            if (smoothed > 0.0f && ! std::isnan (m_azimuths[(size_t) c]))
+                vector.add (smoothed, m_azimuths[(size_t) c]);
+            total += smoothed;
+        }
+        out.level = levelOf (total, end - first);
+        out.x = vector.energy > 0.0 ? (float) (vector.x / vector.energy) : 0.0f;
+        out.y = vector.energy > 0.0 ? (float) (vector.y / vector.energy) : 0.0f;
     }
 }
 

@@ -37,8 +37,8 @@ void UpmixerDialogueActivity::render (double)
     if (font != nullptr)
     {
         font->drawText (isolating ? "Dialogue detected" : "Detector off: Dialog Isolate at 0", line, juce::Justification::centredLeft, KaJuceTheme::textDim);
-        font->drawText (hasProgramme() ? juce::String (juce::roundToInt (share * 100.0f)) + " %" : juce::String ("no signal"), line,
-                        juce::Justification::centredRight, hasProgramme() ? KaJuceTheme::text : KaJuceTheme::textDim);
+        const auto value = ! hasProgramme() ? juce::String ("no signal") : juce::String (juce::roundToInt (share * 100.0f)) + " %";
+        font->drawText (value, line, juce::Justification::centredRight, hasProgramme() && isolating ? KaJuceTheme::text : KaJuceTheme::textDim);
     }
     area.removeFromTop (3);
     const auto bar = area.removeFromTop (8).toFloat();

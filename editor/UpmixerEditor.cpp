@@ -156,6 +156,7 @@ void UpmixerEditor::buildMainPage()
         page.addAndMakeVisible (*panel);
         m_mainLeft.push_back (panel);
     }
+    m_panelOverheads = m_mainLeft.back();
 
     // Centre: the surround field; its points are bound after the knobs, which findControl()
     // finds first.
@@ -226,6 +227,7 @@ void UpmixerEditor::updateDisplays()
     if (! m_pages[0]->isVisible())
         return;  // the field and the dialogue meter read their observers only while shown
     m_field->update (m_upmixer);
+    m_panelOverheads->setEnabled (m_upmixer.getEngineOutputCount() >= 10);  // only where the layout has overheads
     const auto& frequencyDomain = m_upmixer.m_upmixerAlgo.getFrequencyDomainAlgo();
     const auto& table = getProcessorBase().getParameterTable();
     m_dialogueActivity->push (frequencyDomain.dialogEnergy.load (std::memory_order_relaxed),

@@ -65,6 +65,7 @@ private:
     std::vector<PanelPlace> m_panels;  // stacked top to bottom within their columns
     std::vector<KaJuceButton*> m_tabs;
     std::vector<KaJuceOglGridComponent*> m_mainLeft, m_mainRight;  // the Main page's side columns, top to bottom
+    KaJuceOglGridComponent* m_panelOverheads = nullptr;
     UpmixerSurroundField* m_field = nullptr;
     UpmixerDialogueActivity* m_dialogueActivity = nullptr;
     UpmixerListenPanel* m_listen = nullptr;

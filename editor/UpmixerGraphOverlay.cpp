@@ -8,7 +8,8 @@ using namespace UpmixerParam;
 
 namespace
 {
-    constexpr float arcRing = 1.0f;
+    // Just inside the ear-level ring, clear of the loudspeakers' circles.
+    constexpr float arcRing = 0.88f;
     // The diffuse point: its area behind the listener, in field units.
     constexpr float diffuseNear = 0.12f, diffuseFar = 0.85f, diffuseWidth = 0.7f;
     // The height points' spokes on the overheads' ring (degrees).
@@ -123,25 +124,25 @@ void UpmixerGraphOverlay::drawBoundaries (const UpmixerFieldGeometry& g)
         azimuths[i] = azimuthForValue (i, getPoint (i).x->getValue());
 
     // The front image (both sides of the centre) and the boundaries, mirrored on the left.
+    const float arcRadius = g.radius * arcRing;
     const float front = juce::degreesToRadians (azimuths[0]);
-    KaOglDraw::fillArc (g.centre.x, g.centre.y, g.radius + 5.0f, 3.0f, -front, front, accent.withAlpha (0.7f));
+    KaOglDraw::fillArc (g.centre.x, g.centre.y, arcRadius + 1.5f, 3.0f, -front, front, accent.withAlpha (0.8f));
     for (int i = 1; i < 3; ++i)
         for (float side : { 1.0f, -1.0f })
         {
-            const auto inner = g.at (side * azimuths[i], 0.78f), outer = g.at (side * azimuths[i], 1.0f);
+            const auto inner = g.at (side * azimuths[i], arcRing - 0.1f), outer = g.at (side * azimuths[i], 1.0f);
             KaOglDraw::drawLine (inner.x, inner.y, outer.x, outer.y, accent.withAlpha (side > 0.0f ? 0.75f : 0.3f), 1.5f);
         }
     if (m_bArcLink.load())
-        KaOglDraw::fillArc (g.centre.x, g.centre.y, g.radius + 10.0f, 2.0f, juce::degreesToRadians (azimuths[0]),
-                            juce::degreesToRadians (azimuths[2]), accent.withAlpha (0.5f));
+        KaOglDraw::fillArc (g.centre.x, g.centre.y, arcRadius + 0.75f, 1.5f, front, juce::degreesToRadians (azimuths[2]), accent.withAlpha (0.6f));
 
     // The diffuse area behind the listener: as wide as Space, as deep as Diffusion.
     const auto diffuse = positionOfPoint (pointDiffuse);
-    const auto diffuseColour = KaJuceTheme::textDim;
-    const float depth = diffuse.y - (g.centre.y + diffuseNear * g.radius);
-    const float width = diffuse.x - g.centre.x;
-    KaOglDraw::drawRoundedRect ({ g.centre.x - width, g.centre.y + diffuseNear * g.radius, 2.0f * width, juce::jmax (2.0f, depth) },
-                                4.0f, diffuseColour.withAlpha (0.45f), 1.0f);
+    const float top = g.centre.y + diffuseNear * g.radius;
+    const juce::Rectangle<float> area { g.centre.x - (diffuse.x - g.centre.x), top, 2.0f * (diffuse.x - g.centre.x), juce::jmax (2.0f, diffuse.y - top) };
+    const auto diffuseColour = getBackgroundColour();
+    KaOglDraw::fillRoundedRect (area, 6.0f, diffuseColour.withAlpha (0.08f));
+    KaOglDraw::drawRoundedRect (area, 6.0f, diffuseColour.withAlpha (0.5f), 1.0f);
 
     if (hasHeights())
     {

@@ -31,6 +31,8 @@ public:
     /** Message thread: what the layout has and which links are on. */
     void setLayout (bool hasHeights) noexcept;
     void setLinks (bool arc, bool vertical) noexcept;
+    /** Message thread: the diffuse area's colour (Col Diffusion). */
+    void setDiffusionColour (juce::Colour c) noexcept { setBackgroundColour (c); }
     bool hasHeights() const noexcept { return m_bHeights.load(); }
 
     /** The azimuth (degrees, right half) a boundary point stands at for its value. */

@@ -4,6 +4,8 @@
 
 #include <juce_opengl/juce_opengl.h>
 
+#include <array>
+
 using namespace juce::gl;
 
 namespace
@@ -24,9 +26,10 @@ juce::Colour UpmixerHazeDisplay::colourForFrequency (float hz) noexcept
     return juce::Colour::fromHSV (0.02f + 0.72f * p, 0.78f, 1.0f, 1.0f);
 }
 
-void UpmixerHazeDisplay::setHaze (const std::vector<UpmixerHazeField::Band>& bands)
+void UpmixerHazeDisplay::setHaze (const std::vector<UpmixerHazeField::Band>& bands, const UpmixerHazeField::PerChannel& azimuths)
 {
     m_tracks.clear();
+    m_azimuths = azimuths;
     const float spacing = (outerRing - innerRing) / (float) juce::jmax ((size_t) 1, bands.size());
     m_fTrackThickness = spacing * 1.8f;  // neighbours overlap into one haze
     for (size_t b = 0; b < bands.size(); ++b)
@@ -36,10 +39,12 @@ void UpmixerHazeDisplay::setHaze (const std::vector<UpmixerHazeField::Band>& ban
             continue;
         Track track;
         track.ring = innerRing + spacing * ((float) b + 0.5f);
-        track.azimuth = juce::radiansToDegrees (std::atan2 (band.x, band.y));
-        const float focus = juce::jlimit (0.0f, 1.0f, std::hypot (band.x, band.y));
-        track.width = 10.0f + 80.0f * (1.0f - focus) + 30.0f * (1.0f - band.coherence);
-        track.colour = colourForFrequency (band.centreHz).withAlpha (0.85f * std::pow (band.level, 1.5f));
+        // About half the spacing of neighbouring loudspeakers when coherent, so that a phantom
+        // source between two glows as one; ambience spreads wider.
+        track.width = 14.0f + 30.0f * (1.0f - band.coherence);
+        track.colour = colourForFrequency (band.centreHz);
+        for (size_t c = 0; c < track.brightness.size(); ++c)
+            track.brightness[c] = std::pow (band.channelLevel[c], 1.3f);
         m_tracks.push_back (track);
     }
     requestRedraw();
@@ -64,9 +69,20 @@ void UpmixerHazeDisplay::render (double)
 
 void UpmixerHazeDisplay::drawTrack (const UpmixerFieldGeometry& g, const Track& track)
 {
-    // A ring whose brightness falls off as a Gaussian of the angle from the band's direction,
-    // and from the ring's middle to its edges, as two quad strips.
+    // Around the ring, the brightest of the loudspeakers' glows (Gaussians of the angle from
+    // each, so that loud neighbours do not add up to white); across it, fading to the edges.
     constexpr int segments = 120;
+    std::array<float, segments + 1> alpha {};
+    for (int i = 0; i <= segments; ++i)
+    {
+        const float azimuth = -180.0f + 360.0f * (float) i / (float) segments;
+        for (size_t c = 0; c < m_azimuths.size(); ++c)
+            if (track.brightness[c] > 0.0f && ! std::isnan (m_azimuths[c]))
+            {
+                const float off = std::remainder (azimuth - m_azimuths[c], 360.0f) / track.width;
+                alpha[(size_t) i] = juce::jmax (alpha[(size_t) i], track.brightness[c] * std::exp (-0.5f * off * off));
+            }
+    }
     const float half = m_fTrackThickness * 0.5f;
     const float radii[3] = { track.ring - half, track.ring, track.ring + half };
     for (int part = 0; part < 2; ++part)
@@ -75,13 +91,10 @@ void UpmixerHazeDisplay::drawTrack (const UpmixerFieldGeometry& g, const Track& 
         for (int i = 0; i <= segments; ++i)
         {
             const float azimuth = -180.0f + 360.0f * (float) i / (float) segments;
-            const float off = std::remainder (azimuth - track.azimuth, 360.0f) / track.width;
-            const auto colour = track.colour.withMultipliedAlpha (std::exp (-0.5f * off * off));
             for (int edge = 0; edge < 2; ++edge)
             {
-                const float r = radii[part + edge];
-                KaOglDraw::setColour ((part + edge) == 1 ? colour : colour.withAlpha (0.0f));
-                const auto p = g.at (azimuth, juce::jmax (0.0f, r));
+                KaOglDraw::setColour (track.colour.withAlpha ((part + edge) == 1 ? alpha[(size_t) i] : 0.0f));
+                const auto p = g.at (azimuth, juce::jmax (0.0f, radii[part + edge]));
                 glVertex2f (p.x, p.y);
             }
         }
@@ -95,8 +108,9 @@ void UpmixerHazeDisplay::drawFloor (const UpmixerFieldGeometry& g)
     KaOglDraw::fillCircle (g.centre.x, g.centre.y, g.radius, KaJuceTheme::background.brighter (0.05f));
     for (float ring : { 0.25f, 0.5f, 0.75f })
         KaOglDraw::fillArc (g.centre.x, g.centre.y, g.radius * ring, 1.0f, 0.0f, pi2, KaJuceTheme::panelEdge.withAlpha (0.6f));
-    // The overheads' ring dashed, the ear-level ring solid.
-    for (int i = 0; i < 48; i += 2)
+    // The overheads' ring dashed (where the layout has overheads), the ear-level ring solid.
+    const bool heights = std::any_of (m_spokes.begin(), m_spokes.end(), [] (auto spoke) { return spoke.y < 1.0f; });
+    for (int i = 0; heights && i < 48; i += 2)
         KaOglDraw::fillArc (g.centre.x, g.centre.y, g.radius * UpmixerFieldGeometry::heightRing, 1.2f, pi2 * (float) i / 48.0f,
                             pi2 * (float) (i + 1) / 48.0f, KaJuceTheme::controlEdge);
     KaOglDraw::fillArc (g.centre.x, g.centre.y, g.radius, 1.5f, 0.0f, pi2, KaJuceTheme::controlEdge);
@@ -109,13 +123,20 @@ void UpmixerHazeDisplay::drawFloor (const UpmixerFieldGeometry& g)
 
 void UpmixerHazeDisplay::drawKey()
 {
-    auto key = getLocalBounds().removeFromBottom (keyHeight).reduced (4, 5);
+    auto key = getLocalBounds().removeFromBottom (keyHeight).reduced (4, 4);
     auto* font = getOglFont (KaJuceTheme::smallText);
     if (font == nullptr)
         return;
-    const auto label = key.removeFromLeft (112);
-    font->drawText ("Haze by frequency", label, juce::Justification::centredLeft, KaJuceTheme::textDim);
-    auto strip = key.removeFromLeft (juce::jmin (key.getWidth() - 120, 220)).toFloat().reduced (0.0f, 3.0f);
+    auto write = [&] (const juce::String& text, juce::Colour colour)
+    {
+        const int w = font->getTextWidth (text);
+        font->drawText (text, key.removeFromLeft (w), juce::Justification::centredLeft, colour);
+        key.removeFromLeft (6);
+    };
+    write ("Haze: lows inside, highs outside", KaJuceTheme::textDim);
+    write ("100 Hz", KaJuceTheme::textDim);
+    auto strip = key.removeFromLeft (juce::jmax (20, key.getWidth() - 50)).toFloat().reduced (0.0f, 4.0f);
+    key.removeFromLeft (6);
     const int steps = 40;
     for (int i = 0; i < steps; ++i)
     {
@@ -123,8 +144,5 @@ void UpmixerHazeDisplay::drawKey()
         KaOglDraw::fillRect ({ strip.getX() + strip.getWidth() * (float) i / (float) steps, strip.getY(), strip.getWidth() / (float) steps + 0.5f,
                                strip.getHeight() }, colourForFrequency (hz).withAlpha (0.85f));
     }
-    font->drawText ("100 Hz", { (int) strip.getX() - 2, key.getY() - 1, 60, key.getHeight() }, juce::Justification::centredLeft, KaJuceTheme::background);
-    font->drawText ("16 kHz", { (int) strip.getRight() - 58, key.getY() - 1, 56, key.getHeight() }, juce::Justification::centredRight, KaJuceTheme::background);
-    key.removeFromLeft (8);
-    font->drawText ("lows inside, highs outside", key, juce::Justification::centredLeft, KaJuceTheme::textDim);
+    write ("16 kHz", KaJuceTheme::textDim);
 }

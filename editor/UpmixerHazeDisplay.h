@@ -11,11 +11,11 @@
 /** The floor of the surround field and the spatial haze on it: the listener at the centre, the
     ear-level ring and the overheads' inner ring with spokes to the layout's loudspeakers, and
     the haze: one ring per frequency band around the listener (lowest inside, highest outside),
-    glowing in the direction the band's energy comes from. The glow is narrow when one
-    loudspeaker carries the band and widens as its energy spreads around the listener (the
-    energy vector's length) and as the source's left and right lose coherence (ambience); its
-    brightness is the band's level and its colour the band's frequency (warm lows to cool
-    highs). A key under the field names the colours.
+    glowing towards each loudspeaker as brightly as the band is loud on it, so a phantom source
+    between two loudspeakers glows between them and quieter surround content still shows. Each
+    loudspeaker's glow widens as the source's left and right lose coherence in the band
+    (ambience is wide and soft, a panned source narrow); the colour is the band's frequency (warm
+    lows to cool highs). A key under the field names the colours.
 
     The message thread prepares the rings (setHaze(), in updateGui()); the render thread draws
     them with additive blending so that neighbouring bands add up like light. */
@@ -25,9 +25,9 @@ public:
     struct Track
     {
         float ring = 0.0f;         // middle of the band's ring, in field units
-        float azimuth = 0.0f;      // degrees: where the band's energy comes from
-        float width = 0.0f;        // degrees: the glow's standard deviation around it
-        juce::Colour colour;       // its alpha the brightness at the azimuth
+        float width = 0.0f;        // degrees: each glow's standard deviation around its loudspeaker
+        juce::Colour colour;       // at full brightness
+        UpmixerHazeField::PerChannel brightness {};  // per analyser channel, 0..1
     };
 
     /** The rings' span in field units, inside the ear-level loudspeakers. */
@@ -37,7 +37,7 @@ public:
 
     /** Message thread, holding the render lock: the rings for the bands, and the spokes'
         azimuths (ring 1 or heightRing) for the layout. */
-    void setHaze (const std::vector<UpmixerHazeField::Band>& bands);
+    void setHaze (const std::vector<UpmixerHazeField::Band>& bands, const UpmixerHazeField::PerChannel& azimuths);
     void setSpokes (std::vector<juce::Point<float>> azimuthAndRing) { m_spokes = std::move (azimuthAndRing); }
     /** The colour of a band's centre frequency (the key's gradient). */
     static juce::Colour colourForFrequency (float hz) noexcept;
@@ -57,6 +57,7 @@ private:
     void drawTrack (const UpmixerFieldGeometry& g, const Track& track);
 
     std::vector<Track> m_tracks;               // guarded by the render lock
+    UpmixerHazeField::PerChannel m_azimuths {};  // guarded by the render lock
     float m_fTrackThickness = 0.0f;            // field units, guarded by the render lock
     std::vector<juce::Point<float>> m_spokes;  // (azimuth, ring), guarded by the render lock
 };

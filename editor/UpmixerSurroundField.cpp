@@ -14,6 +14,9 @@ namespace
     constexpr int bedSize = 46, heightSize = 40, lfeSize = 38;
 
     bool isHeight (int kind) noexcept { return kind >= kindLts; }
+
+    /** The per-user copy of a colour parameter that Lock Colours draws with. */
+    int lockedColourOf (int number) noexcept { return UpmixerParam::LockColC + (number - UpmixerParam::ColC); }
 }
 
 UpmixerSurroundField::UpmixerSurroundField()
@@ -123,15 +126,16 @@ void UpmixerSurroundField::update (UpmixerProcessor& processor)
         if (! circle->isVisible())
             continue;
         const int number = colourParameterOf (circle->getKind());
-        circle->setColour (KaJuceColourParamUser::colourForValue (table.get (locked ? LockColC + (number - ColC) : number)));
+        circle->setColour (KaJuceColourParamUser::colourForValue (table.get (locked ? lockedColourOf (number) : number)));
         if (auto meter = observers.getLevelMeter (UpmixerObservers::rowUpmix, hostPositionOfKind (routing, circle->getKind())))
             circle->setLevelDb (meter->getLevelDb());
     }
 
     m_hazeField.update (observers, routing, outputs);
-    m_haze.setHaze (m_hazeField.getBands());
+    m_haze.setHaze (m_hazeField.getBands(), m_hazeField.getAzimuths());
     m_overlay.setLayout (outputs >= 10);
     m_overlay.setLinks (table.isOn (ArcLink), table.isOn (VerticalLink));
+    m_overlay.setDiffusionColour (KaJuceColourParamUser::colourForValue (table.get (locked ? lockedColourOf (ColDiffusion) : ColDiffusion)));
 }
 
 void UpmixerSurroundField::render (double)
