@@ -12,8 +12,8 @@ namespace
     constexpr float arcRing = 0.88f;
     // The diffuse point: its area behind the listener, in field units.
     constexpr float diffuseNear = 0.12f, diffuseFar = 0.85f, diffuseWidth = 0.7f;
-    // The height points' spokes on the overheads' ring (degrees).
-    constexpr float heightOnAzimuth = 40.0f, heightOffAzimuth = 140.0f;
+    // The height points' spokes on the overheads' ring (degrees), on the left, apart from the arc's points.
+    constexpr float heightOnAzimuth = -50.0f, heightOffAzimuth = -130.0f;
     const char* const pointNames[] = { "Divergence", "Fade", "Fade Rears", "Diffuse", "Height in-phase", "Height out-of-phase" };
 }
 

@@ -15,8 +15,8 @@
       170 degrees up to the sides); the left half mirrors them;
     - behind the listener the diffuse sound: Diffusion towards the back, Space (UpmixPsdWidth,
       the diffuse delay) across;
-    - on the overheads' ring, when the layout has heights: how much in-phase (front right) and
-      out-of-phase (rear right) sound goes up, the distance from the centre.
+    - on the overheads' ring, when the layout has heights: how much in-phase (front left) and
+      out-of-phase (rear left) sound goes up, the distance from the centre.
 
     With Arc Link on, the arc's three boundaries move together (the processor keeps their
     offsets) and the ring between them is drawn linked; Vert. Link does the same for the two
