@@ -1,13 +1,9 @@
-// The level meter and the correlation meter, fed blocks directly, read with a controlled clock:
-// - level ballistics: instant attack, a 20 dB fall in 1.5 s of polling at the default release,
-//   instant and hold-for-ever releases, the offset, a reading with no block since the last
-//   (the last peak stands);
-// - level sources: none (never changes), one channel, a channel that does not exist, all
-//   channels, mid and side (side of identical channels is silent), silence reads -1e10;
-// - clear() drops the display to the floor;
-// - correlation of identical, inverted and silent channels with their histogram bins, a block
-//   shorter than the 1024-sample window, windows spanning blocks, the histogram's decay and
-//   the smoothing per window, non-finite input, and channel kinds found through the routing.
+// The level and correlation meters, fed blocks directly, read with a controlled clock:
+//  - level: instant attack, 20 dB fall in 1.5 s at the default release, instant and endless
+//    releases, the offset, no new block keeping the last peak, clear(); the sources (none, a
+//    channel, a missing one, all, mid, side) and silence at -1e10;
+//  - correlation of identical, inverted and silent channels and their histogram bins, windows
+//    across blocks, decay and smoothing, non-finite input, kinds found through the routing.
 #include "analysis/KaDecibels.h"
 #include "analysis/KaJuceObserverCorrelation.h"
 #include "analysis/KaJuceObserverLevelMeter.h"
@@ -29,7 +25,7 @@ namespace
         }
     };
 
-    juce::AudioBuffer<float> constant (std::initializer_list<float> values, int numSamples = 64)
+    juce::AudioBuffer<float> constant (const std::vector<float>& values, int numSamples = 64)
     {
         juce::AudioBuffer<float> b ((int) values.size(), numSamples);
         int ch = 0;
@@ -144,55 +140,38 @@ TEST (AnalysisLevelMeter, ReadingWithoutANewBlockKeepsTheLastPeak)
 
 TEST (AnalysisLevelMeter, SourcesSelectTheSignal)
 {
+    // In turn on one meter: a source and the block it reads; expected peak in dB (no change:
+    // the last peak stands, where the source finds nothing to measure).
+    using Meter = KaJuceObserverLevelMeter;
     ManualClock clock;
-    KaJuceObserverLevelMeter meter ("m", clock.function());
+    Meter meter ("m", clock.function());
     meter.setReleaseTime (0.0f);
-    const auto block = constant ({ 0.5f, 0.25f, -0.75f });
-
     const float none = meter.getLevelDb();
-    meter.setSource (KaJuceObserverLevelMeter::sourceNone);
-    meter.observe (block);
-    EXPECT_EQ (meter.getLevelDb(), none);  // never changes
-
-    meter.setSource (1);
-    meter.observe (block);
-    EXPECT_NEAR (meter.getLevelDb(), 20.0f * std::log10 (0.25f), 1.0e-4f);
-
-    meter.setSource (2);
-    meter.observe (block);
-    EXPECT_NEAR (meter.getLevelDb(), 20.0f * std::log10 (0.75f), 1.0e-4f);  // the magnitude
-
-    meter.setSource (7);  // no such channel: nothing measured, the last peak stands
-    meter.observe (block);
-    EXPECT_NEAR (meter.getLevelDb(), 20.0f * std::log10 (0.75f), 1.0e-4f);
-
-    meter.setSource (KaJuceObserverLevelMeter::sourceAll);
-    meter.observe (block);
-    EXPECT_NEAR (meter.getLevelDb(), 20.0f * std::log10 (0.75f), 1.0e-4f);
-
-    meter.setSource (KaJuceObserverLevelMeter::sourceMid);
-    meter.observe (block);
-    EXPECT_NEAR (meter.getLevelDb(), 20.0f * std::log10 (0.375f), 1.0e-4f);
-
-    meter.setSource (KaJuceObserverLevelMeter::sourceSide);
-    meter.observe (block);
-    EXPECT_NEAR (meter.getLevelDb(), 20.0f * std::log10 (0.125f), 1.0e-4f);
-}
-
-TEST (AnalysisLevelMeter, SideOfIdenticalChannelsAndSilenceReadNothing)
-{
-    KaJuceObserverLevelMeter meter;
-    meter.setSource (KaJuceObserverLevelMeter::sourceSide);
-    meter.setReleaseTime (0.0f);
-    meter.observe (constant ({ 0.9f, 0.9f }));
-    EXPECT_EQ (meter.getLevelDb(), KaDecibels::silenceDb);
+    const std::vector<float> three = { 0.5f, 0.25f, -0.75f };
+    struct Row
+    {
+        int source;
+        std::vector<float> block;
+        float expectedDb;
+    };
+    const Row rows[] = {
+        { Meter::sourceNone, three, none },                                  // never changes
+        { 1, three, 20.0f * std::log10 (0.25f) },
+        { 2, three, 20.0f * std::log10 (0.75f) },                            // the magnitude
+        { 7, three, 20.0f * std::log10 (0.75f) },                            // no such channel
+        { Meter::sourceAll, three, 20.0f * std::log10 (0.75f) },
+        { Meter::sourceMid, three, 20.0f * std::log10 (0.375f) },
+        { Meter::sourceSide, three, 20.0f * std::log10 (0.125f) },
+        { Meter::sourceSide, { 0.9f, 0.9f }, KaDecibels::silenceDb },        // side of identical channels
+        { Meter::sourceMid, { 0.9f }, KaDecibels::silenceDb },               // mid needs two channels
+    };
+    for (const auto& row : rows)
+    {
+        meter.setSource (row.source);
+        meter.observe (constant (row.block));
+        EXPECT_NEAR (meter.getLevelDb(), row.expectedDb, 1.0e-4f) << "source " << row.source << ", " << row.block.size() << " channels";
+    }
     EXPECT_EQ (meter.getLastPeakDb(), KaDecibels::silenceDb);
-
-    // Mid and side need two channels: a mono block measures nothing.
-    meter.setSource (KaJuceObserverLevelMeter::sourceMid);
-    meter.observe (constant ({ 0.9f }));
-    EXPECT_EQ (meter.getLevelDb(), KaDecibels::silenceDb);
-
     meter.setOffsetDb (-3.0f);
     EXPECT_EQ (meter.getLastPeakDb(), KaDecibels::silenceDb - 3.0f);
 }

@@ -1,13 +1,12 @@
 // The reader's side of the haze: where each band's energy sits in the surround field.
 // - bands: contiguous, rising, at least one bin each, within the FFT's bins, none for
 //   nonsense arguments;
-// - the energy vector: one speaker gives its azimuth and no spread, an equal pair gives the
-//   phantom between them, opposite speakers and silence read as fully spread, sums add;
-// - loudspeaker azimuths for 5.1, 7.1, 7.1.2 (top side) and 7.1.4 (top front), none for LFE
-//   and for kinds a layout lacks;
-// - end to end through the real observers: a signal that exists only in L, or only in Ls, is
-//   placed at that speaker's azimuth in every band, whichever host position the routing gives
-//   it; the same signal in L and R sits in front, spread by the pair's angle.
+// - the energy vector: one speaker gives its azimuth and no spread, an equal pair the phantom
+//   between them, opposite speakers and silence read as fully spread, sums add;
+// - end to end through the real observers, for 5.1, 7.1, 7.1.2 and 7.1.4: a signal in one
+//   speaker's channel sits at that speaker's azimuth in every band, whichever host position the
+//   routing gives it; the LFE and kinds a layout lacks have none; the same signal in L and R
+//   sits in front, spread by the pair's angle.
 #include "analysis/SpatialPosition.h"
 #include "analysis/UpmixerObservers.h"
 #include "analysis/UpmixerSpeakerAngles.h"
@@ -137,52 +136,46 @@ TEST (AnalysisPosition, EnergyVectorDirectionAndSpread)
     EXPECT_LT (sum.azimuthDegrees(), -30.0);
 }
 
-TEST (AnalysisPosition, LoudspeakerAzimuthsPerLayout)
-{
-    namespace A = UpmixerSpeakerAngles;
-    // L, R and Ls of 5.1 and 7.1 are read end to end below. 5.1 in JUCE's order (routing 1):
-    // surrounds at 110 degrees, no rears, no heights.
-    EXPECT_EQ (A::azimuthOf (kindC, 1, 6), 0.0f);
-    EXPECT_EQ (A::azimuthOf (kindRs, 1, 6), 110.0f);
-    EXPECT_TRUE (std::isnan (A::azimuthOf (kindLsr, 1, 6)));
-    EXPECT_TRUE (std::isnan (A::azimuthOf (kindLfe, 1, 6)));
-    // 7.1 (routing 4): side pair at 100, rears at 145.
-    EXPECT_EQ (A::azimuthOf (kindLsr, 4, 8), -145.0f);
-    EXPECT_EQ (A::azimuthOf (kindRsr, 4, 8), 145.0f);
-    EXPECT_TRUE (std::isnan (A::azimuthOf (kindLts, 4, 8)));
-    // 7.1.2 (routing 16): top side pair over the listener.
-    EXPECT_EQ (A::azimuthOf (kindLts, 16, 10), -90.0f);
-    EXPECT_EQ (A::azimuthOf (kindRts, 16, 10), 90.0f);
-    // 7.1.4 (routing 25): kinds 8 and 9 are the top front pair.
-    EXPECT_EQ (A::azimuthOf (kindLts, 25, 12), -45.0f);
-    EXPECT_EQ (A::azimuthOf (kindTrl, 25, 12), -135.0f);
-    EXPECT_EQ (A::azimuthOf (kindTrr, 25, 12), 135.0f);
-    // Routing 14 has no rear positions at all.
-    EXPECT_TRUE (std::isnan (A::azimuthOf (kindLsr, 14, 8)));
-}
-
 TEST (AnalysisPosition, ASignalSitsAtItsSpeakersInEveryBand)
 {
-    // Routing 1 (L R C LFE Ls Rs ...) has Ls at position 4; routing 0 (L C R Ls Rs LFE ...)
-    // at 3; routing 4 is 7.1, where Ls is the side speaker at 100 degrees. The same noise in L
-    // and R is a phantom centre, spread by the pair's angle.
+    // Routing 0 puts Ls at position 3, routing 1 at 4; 7.1.2 has a top side pair, 7.1.4 top
+    // front and rear pairs.
     struct Case
     {
         int routing, numOutputs;
-        std::vector<int> loudPositions;
+        std::vector<int> kinds;
         double azimuth, spread;
     };
     const double phantomSpread = 1.0 - std::cos (juce::degreesToRadians (30.0));
-    for (const auto& c : { Case { 1, 6, { 4 }, -110.0, 0.0 }, Case { 0, 6, { 3 }, -110.0, 0.0 }, Case { 4, 8, { 4 }, -100.0, 0.0 },
-                           Case { 1, 6, { 0 }, -30.0, 0.0 }, Case { 1, 6, { 0, 1 }, 0.0, phantomSpread } })
+    const Case cases[] = {
+        { 1, 6, { kindLs }, -110.0, 0.0 }, { 0, 6, { kindLs }, -110.0, 0.0 }, { 1, 6, { kindRs }, 110.0, 0.0 },
+        { 1, 6, { kindL }, -30.0, 0.0 }, { 1, 6, { kindC }, 0.0, 0.0 }, { 1, 6, { kindL, kindR }, 0.0, phantomSpread },
+        { 4, 8, { kindLs }, -100.0, 0.0 }, { 4, 8, { kindLsr }, -145.0, 0.0 }, { 4, 8, { kindRsr }, 145.0, 0.0 },
+        { 16, 10, { kindLts }, -90.0, 0.0 }, { 16, 10, { kindRts }, 90.0, 0.0 }, { 25, 12, { kindLts }, -45.0, 0.0 },
+        { 25, 12, { kindTrl }, -135.0, 0.0 }, { 25, 12, { kindTrr }, 135.0, 0.0 }, { 1, 6, { kindLfe }, NAN, 0.0 },
+    };
+    for (const auto& c : cases)
     {
-        const auto bands = positionsOf (c.routing, c.numOutputs, c.loudPositions);
+        SCOPED_TRACE (testing::Message() << "routing " << c.routing << ", first kind " << c.kinds[0]);
+        std::vector<int> positions;
+        for (int kind : c.kinds)
+            positions.push_back (hostPositionOfKind (c.routing, kind));
+        const auto bands = positionsOf (c.routing, c.numOutputs, positions);
         ASSERT_FALSE (bands.empty());
         for (size_t b = 0; b < bands.size(); ++b)
         {
+            if (std::isnan (c.azimuth))
+            {
+                EXPECT_EQ (bands[b].energy, 0.0) << "band " << b;
+                continue;
+            }
             ASSERT_GT (bands[b].energy, 0.0) << "band " << b;
-            EXPECT_NEAR (bands[b].azimuthDegrees(), c.azimuth, 1.0e-6) << "routing " << c.routing << ", band " << b;
-            EXPECT_NEAR (bands[b].spread(), c.spread, 1.0e-6) << "routing " << c.routing << ", band " << b;
+            EXPECT_NEAR (bands[b].azimuthDegrees(), c.azimuth, 1.0e-6) << "band " << b;
+            EXPECT_NEAR (bands[b].spread(), c.spread, 1.0e-6) << "band " << b;
         }
     }
+    // Kinds a layout lacks have no azimuth either.
+    EXPECT_TRUE (std::isnan (UpmixerSpeakerAngles::azimuthOf (kindLsr, 1, 6)));
+    EXPECT_TRUE (std::isnan (UpmixerSpeakerAngles::azimuthOf (kindLts, 4, 8)));
+    EXPECT_TRUE (std::isnan (UpmixerSpeakerAngles::azimuthOf (kindLsr, 14, 8)));
 }

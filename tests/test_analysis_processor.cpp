@@ -1,20 +1,13 @@
 // The observers as the real processor feeds them:
-// - the four rows of twelve level meters, each measuring its index;
-// - the source meters see the host input after the input trims; PanelIO resets them;
-// - each upmix meter reads the peak of its output channel, the downmix meters that of the
-//   downmix (heard through Listen Downmix);
-// - nine pair correlation meters are fed below 9 outputs, sixteen from 10 on;
-// - the haze analysers see the upmix in kind order and the stereo signals; the coherence
-//   observer keeps the source pair; a hard-left source stays on the left of the field;
-// - feeding allocates nothing and waits on no lock once prepared, whatever block sizes up to
-//   the prepared one;
-// - a second thread reads every observer without pause while the processor runs. Run this one
-//   under ThreadSanitizer too (a separate build; the normal build only checks the readings):
-//     flock /tmp/orrin-build.lock cmake -S . -B build-tsan -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DORRIN_TSAN=ON
-//     flock /tmp/orrin-build.lock ninja -C build-tsan orrin_tests
-//     build-tsan/tests/orrin_tests --gtest_filter='AnalysisProcessor.ReadersRaceTheRunningProcessor'
-//   ThreadSanitizer reports any data race between the feeding and the readers and makes the
-//   run fail.
+// - source meters see the input after the trims, PanelIO resets them; upmix meters read their
+//   output channel's peak, downmix meters the downmix's (heard through Listen Downmix);
+// - nine pair correlations are fed below 9 outputs, sixteen from 10 on; the source pair's;
+// - the haze analysers see the upmix in kind order and the stereo signals, the coherence the
+//   source pair: a hard-left source stays on the left of the field;
+// - feeding allocates nothing and waits on no lock for any block size up to the prepared one;
+// - a second thread reads every observer without pause while the processor runs (also run
+//   under ThreadSanitizer: configure build-tsan with -DORRIN_TSAN=ON, build orrin_tests there
+//   under the build lock, and run this case; any data race fails the run).
 #include "analysis/SpatialPosition.h"
 #include "analysis/UpmixerSpeakerAngles.h"
 #include "processor/UpmixerParameters.h"
@@ -39,39 +32,26 @@ namespace
     float trimValue (float db) { return (db + 70.0f) / 82.0f; }
 }
 
-TEST (AnalysisProcessor, FourRowsOfTwelveMeters)
-{
-    ProcessorHarness h (2, 6);
-    const auto& observers = h.processor->getObservers();
-    for (int row = 0; row < UpmixerObservers::numRows; ++row)
-        for (int i = 0; i < UpmixerObservers::metersPerRow; ++i)
-            EXPECT_EQ (observers.getLevelMeter ((UpmixerObservers::Row) row, i)->getSource(), i) << row;
-    EXPECT_EQ (observers.getLevelMeter (UpmixerObservers::rowSource, 12), nullptr);
-}
-
 TEST (AnalysisProcessor, SourceMetersSeeTheTrimmedInputAndPanelIOResetsThem)
 {
     ProcessorHarness h (2, 6);
     h.set (TrimSource0, trimValue (-6.0f));
-    auto input = TestSignals::sine (2, 512, 1000.0, 48000.0, 0.5f);
-    h.run (input);  // the trim ramps in over the first block
-    auto left = h.processor->getObservers().getLevelMeter (UpmixerObservers::rowSource, 0);
-    auto right = h.processor->getObservers().getLevelMeter (UpmixerObservers::rowSource, 1);
-    left->getLevelDb();
-    right->getLevelDb();
-
-    h.run (input);
-    left->getLevelDb();
-    right->getLevelDb();
-    const double inputPeak = peakDb (input, 0);
-    EXPECT_NEAR (left->getLastPeakDb(), inputPeak - 6.0, 0.01);
-    EXPECT_NEAR (right->getLastPeakDb(), inputPeak, 0.01);
-    // No third input channel: its meter saw nothing.
-    EXPECT_LT (h.processor->getObservers().getLevelMeter (UpmixerObservers::rowSource, 2)->getLastPeakDb(), -1000.0f);
+    const auto input = TestSignals::sine (2, 512, 1000.0, 48000.0, 0.5f);
+    auto meter = [&] (int i) { return h.processor->getObservers().getLevelMeter (UpmixerObservers::rowSource, i); };
+    for (int round = 0; round < 2; ++round)  // the trim ramps in over the first block
+    {
+        h.run (input);
+        for (int i = 0; i < 3; ++i)
+            meter (i)->getLevelDb();
+    }
+    EXPECT_NEAR (meter (0)->getLastPeakDb(), peakDb (input, 0) - 6.0, 0.01);
+    EXPECT_NEAR (meter (1)->getLastPeakDb(), peakDb (input, 0), 0.01);
+    EXPECT_LT (meter (2)->getLastPeakDb(), -1000.0f);  // no third input channel
+    EXPECT_EQ (meter (12), nullptr);
 
     h.set (PanelIO, 1.0f);
-    EXPECT_LT (left->getLastPeakDb(), -1000.0f);
-    EXPECT_LT (right->getLastPeakDb(), -1000.0f);
+    EXPECT_LT (meter (0)->getLastPeakDb(), -1000.0f);
+    EXPECT_LT (meter (1)->getLastPeakDb(), -1000.0f);
 }
 
 TEST (AnalysisProcessor, UpmixAndDownmixMetersReadTheirChannels)
@@ -101,11 +81,8 @@ TEST (AnalysisProcessor, UpmixAndDownmixMetersReadTheirChannels)
         ProcessorHarness h (2, outputs);
         expectMetersReadTheOutputs (h, UpmixerObservers::rowUpmix, outputs, 4);
     }
-
-    // Listen Downmix plays the downmix on the first two outputs.
-    ProcessorHarness h (2, 8);
-    h.set (MonitorDownmix, 1.0f);
-    expectMetersReadTheOutputs (h, UpmixerObservers::rowDownmix, 2, 5);
+    ProcessorHarness h (2, 8);  // Listen Downmix plays the downmix on the first two outputs
+    expectMetersReadTheOutputs (h.with ({ { MonitorDownmix, 1.0f } }), UpmixerObservers::rowDownmix, 2, 5);
 }
 
 TEST (AnalysisProcessor, NineOrSixteenPairCorrelationsAndTheirReadings)
@@ -141,14 +118,12 @@ TEST (AnalysisProcessor, AnalysersSeeTheUpmixAndTheStereoSignals)
     SpectraSnapshot stereo;
     ASSERT_TRUE (observers.getStereoHaze()->readSnapshot (stereo));
     ASSERT_EQ (stereo.numChannels, UpmixerObservers::numStereoHazeChannels);
-    double sourceLeft = 0.0, sourceRight = 0.0;
-    for (int k = 1; k < stereo.numBins; ++k)
-    {
-        sourceLeft += stereo.energy (0, k);
-        sourceRight += stereo.energy (1, k);
-    }
-    EXPECT_GT (sourceLeft, 1.0);
-    EXPECT_EQ (sourceRight, 0.0);
+    double sourceEnergy[2] = {};
+    for (int ch = 0; ch < 2; ++ch)
+        for (int k = 1; k < stereo.numBins; ++k)
+            sourceEnergy[ch] += stereo.energy (ch, k);
+    EXPECT_GT (sourceEnergy[0], 1.0);
+    EXPECT_EQ (sourceEnergy[1], 0.0);
 
     SpectraSnapshot coherence;
     ASSERT_TRUE (observers.getCoherence()->readSnapshot (coherence));
@@ -182,10 +157,7 @@ TEST (AnalysisProcessor, FeedingAllocatesNothingOncePrepared)
 
     juce::AudioBuffer<float> upmix (12, 512), source (12, 512), downmix (2, 512), delta (2, 512);
     for (auto* b : { &upmix, &source, &downmix, &delta })
-    {
-        b->clear();
-        b->copyFrom (0, 0, TestSignals::noise (1, 512, 9), 0, 0, 512);
-    }
+        b->makeCopyOf (TestSignals::noise (b->getNumChannels(), 512, 9));
     UpmixerObservers::Signals s { upmix.getArrayOfWritePointers(), 12, source.getArrayOfWritePointers(), 12,
                                   downmix.getArrayOfWritePointers(), delta.getArrayOfWritePointers(), 25 };
 

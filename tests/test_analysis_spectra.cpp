@@ -1,13 +1,12 @@
 // The spectra observers and their guard, fed frames directly or through a real FftFilter:
 // - the guard: shared holders overlap, an exclusive holder excludes everybody, a try gives up
 //   at once, a waiting holder gets the guard when the holder lets go, releases count right;
-// - the haze snapshot: zero until the first frame; a frame of the same size copies the
-//   channels it shares with the snapshot (fewer or more), a frame of another FFT size
-//   replaces the snapshot first (and a reader's old copy stays valid), clear() zeroes it, a
-//   frame arriving while the guard is held exclusively is skipped, and the filter callback
-//   forwards an analyser's frames;
-// - the coherence snapshot: empty before the first frame, always exactly two channels (the
-//   frame's first two), re-made for a new FFT size, frames of one channel ignored.
+// - the haze snapshot through a series of frames: zero until the first, the common channels
+//   of a frame of the same size copied, a new FFT size replacing the snapshot first (a
+//   reader's copy stays as it was), clear(), frames skipped under an exclusive hold only;
+//   the filter callback forwards an analyser's frames;
+// - the coherence snapshot: empty before the first frame, always the frame's first two
+//   channels, re-made for a new FFT size, frames of one channel ignored.
 #include "analysis/ScopedObserverLock.h"
 #include "analysis/SpatialHazeObserver.h"
 #include "analysis/SpatialHazeObserver_FilterCallBack.h"
@@ -17,6 +16,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <optional>
 #include <thread>
 
 namespace
@@ -100,95 +100,91 @@ TEST (AnalysisGuard, AWaitingHolderGetsTheGuardWhenItIsLetGo)
     EXPECT_FALSE (guard.hasWriter());
 }
 
-// Haze snapshot ---------------------------------------------------------------------------------------
+// Snapshots --------------------------------------------------------------------------------------------
 
-TEST (AnalysisHaze, ANewFftSizeReplacesTheSnapshotFirst)
+namespace
 {
-    SpatialHazeObserver haze (2);
+    enum Hold { unheld, sharedHold, exclusiveHold };
+    constexpr int clearStep = -1;
+
+    /** A frame of channels (none: a null frame; clearStep: clear()) arriving while the guard is
+        held as said, then the snapshot expected: its bins and each channel's base (0: zero). */
+    struct Step
+    {
+        int channels, fftSize;
+        double base;
+        Hold hold;
+        int bins;
+        std::vector<double> expected;
+    };
+
+    template <typename Observer>
+    void runSteps (Observer& observer, std::initializer_list<Step> steps)
+    {
+        for (const auto& step : steps)
+        {
+            SCOPED_TRACE (testing::Message() << "frame of " << step.channels << " channels, FFT size " << step.fftSize << ", base " << step.base);
+            {
+                std::optional<ScopedObserverLock> held;
+                if (step.hold != unheld)
+                    held.emplace (observer.getGuard(), step.hold == exclusiveHold ? ScopedObserverLock::exclusive : ScopedObserverLock::shared,
+                                  ScopedObserverLock::tryOnce, "test");
+                if constexpr (requires { observer.clear(); })
+                    if (step.channels == clearStep)
+                        observer.clear();
+                if (step.channels >= 0)
+                    observer.observeFreqData (step.channels > 0 ? frame (step.channels, step.fftSize, step.base) : nullptr);
+            }
+            SpectraSnapshot s;
+            EXPECT_EQ (observer.readSnapshot (s), ! step.expected.empty());
+            ASSERT_EQ (s.numChannels, (int) step.expected.size());
+            EXPECT_EQ (s.numBins, step.bins);
+            for (int c = 0; c < s.numChannels; ++c)
+                EXPECT_TRUE (step.expected[(size_t) c] == 0.0 ? isZero (s, c) : holds (s, c, step.expected[(size_t) c])) << "channel " << c;
+        }
+    }
+}
+
+TEST (AnalysisHaze, SnapshotFollowsTheFrames)
+{
+    // Zero until the first frame; a frame of the same size copies the channels it shares with
+    // the snapshot; another FFT size replaces the snapshot first; clear() zeroes it; a frame
+    // arriving while a reader holds the guard exclusively is skipped, not under a shared hold.
+    SpatialHazeObserver haze (4);
+    runSteps (haze, {
+        { 0, 0, 0.0, unheld, 129, { 0, 0, 0, 0 } },
+        { 4, 256, 1.0, unheld, 129, { 1, 1, 1, 1 } },
+        { 2, 256, 6.0, unheld, 129, { 6, 6, 1, 1 } },
+        { 6, 256, 8.0, unheld, 129, { 8, 8, 8, 8 } },
+        { clearStep, 0, 0.0, unheld, 129, { 0, 0, 0, 0 } },
+        { 4, 1024, 5.0, unheld, 513, { 5, 5, 5, 5 } },
+        { 4, 256, 7.0, unheld, 129, { 7, 7, 7, 7 } },
+        { 4, 256, 9.0, exclusiveHold, 129, { 7, 7, 7, 7 } },
+        { 4, 256, 3.0, sharedHold, 129, { 3, 3, 3, 3 } },
+    });
+
+    // A reader's copy is its own: a frame of a new size leaves it as it was.
     SpectraSnapshot before;
-    haze.observeFreqData (frame (2, 256, 1.0));
     haze.readSnapshot (before);
-
-    haze.observeFreqData (frame (2, 1024, 5.0));
-    SpectraSnapshot after;
-    haze.readSnapshot (after);
-    EXPECT_EQ (after.numChannels, 2);
-    EXPECT_EQ (after.numBins, 513);
-    EXPECT_TRUE (holds (after, 0, 5.0));
-    EXPECT_TRUE (holds (after, 1, 5.0));
-    // The earlier copy is the reader's own and unchanged.
+    haze.observeFreqData (frame (4, 1024, 2.0));
     EXPECT_EQ (before.numBins, 129);
-    EXPECT_TRUE (holds (before, 1, 1.0));
-
-    // And back: the frame's size always wins.
-    haze.observeFreqData (frame (2, 256, 7.0));
-    haze.readSnapshot (after);
-    EXPECT_EQ (after.numBins, 129);
-    EXPECT_TRUE (holds (after, 0, 7.0));
+    EXPECT_TRUE (holds (before, 3, 3.0));
 }
 
-TEST (AnalysisHaze, ClearZeroesTheSnapshotUntilTheNextFrame)
+TEST (AnalysisCoherence, AlwaysTwoChannelsOfTheFramesSize)
 {
-    SpatialHazeObserver haze (4);
-    haze.observeFreqData (frame (4, 256));
-    haze.clear();
-    SpectraSnapshot s;
-    haze.readSnapshot (s);
-    for (int c = 0; c < 4; ++c)
-        EXPECT_TRUE (isZero (s, c)) << c;
-
-    haze.observeFreqData (frame (4, 256, 2.0));
-    haze.readSnapshot (s);
-    EXPECT_TRUE (holds (s, 3, 2.0));
-}
-
-TEST (AnalysisHaze, AFrameIsSkippedWhileTheGuardIsHeldExclusively)
-{
-    SpatialHazeObserver haze (2);
-    haze.observeFreqData (frame (2, 256, 1.0));
-    {
-        const ScopedObserverLock busy (haze.getGuard(), ScopedObserverLock::exclusive, ScopedObserverLock::tryOnce, "test");
-        ASSERT_TRUE (busy.isAcquired());
-        haze.observeFreqData (frame (2, 256, 9.0));  // must return at once, copying nothing
-    }
-    SpectraSnapshot s;
-    haze.readSnapshot (s);
-    EXPECT_TRUE (holds (s, 0, 1.0));
-    EXPECT_TRUE (holds (s, 1, 1.0));
-
-    // A shared holder does not keep the frame out.
-    {
-        const ScopedObserverLock reader (haze.getGuard(), ScopedObserverLock::shared, ScopedObserverLock::tryOnce, "test");
-        haze.observeFreqData (frame (2, 256, 3.0));
-    }
-    haze.readSnapshot (s);
-    EXPECT_TRUE (holds (s, 0, 3.0));
-}
-
-TEST (AnalysisHaze, FramesOfTheSameSizeCopyTheCommonChannels)
-{
-    SpatialHazeObserver haze (4);
-    SpectraSnapshot s;
-    ASSERT_TRUE (haze.readSnapshot (s));
-    EXPECT_EQ (s.numChannels, 4);
-    EXPECT_EQ (s.numBins, 129);  // an FFT size of 256
-    EXPECT_TRUE (isZero (s, 0));
-
-    haze.observeFreqData (frame (4, 256, 1.0));
-    haze.observeFreqData (frame (2, 256, 6.0));  // only two channels: 2 and 3 keep their values
-    haze.readSnapshot (s);
-    EXPECT_TRUE (holds (s, 0, 6.0));
-    EXPECT_TRUE (holds (s, 1, 6.0));
-    EXPECT_TRUE (holds (s, 2, 1.0));
-    EXPECT_TRUE (holds (s, 3, 1.0));
-
-    haze.observeFreqData (frame (6, 256, 8.0));
-    haze.readSnapshot (s);
-    EXPECT_EQ (s.numChannels, 4);
-    for (int c = 0; c < 4; ++c)
-        EXPECT_TRUE (holds (s, c, 8.0)) << c;
-
-    haze.observeFreqData (nullptr);  // ignored
+    // Empty before the first frame (or zeroed once prepared); always the frame's first two
+    // channels; frames of one channel ignored; skipped while the guard is held exclusively.
+    UpmixerStereoCoherenceObserver coherence, prepared;
+    runSteps (coherence, {
+        { 0, 0, 0.0, unheld, 0, {} },
+        { 6, 256, 1.0, unheld, 129, { 1, 1 } },
+        { 11, 1024, 4.0, unheld, 513, { 4, 4 } },
+        { 1, 1024, 9.0, unheld, 513, { 4, 4 } },
+        { 2, 1024, 5.0, exclusiveHold, 513, { 4, 4 } },
+    });
+    prepared.prepare (256);
+    runSteps (prepared, { { 0, 0, 0.0, unheld, 129, { 0, 0 } }, { 2, 256, 5.0, exclusiveHold, 129, { 0, 0 } } });
 }
 
 TEST (AnalysisHaze, TheFilterCallBackForwardsAnAnalysersFrames)
@@ -213,46 +209,3 @@ TEST (AnalysisHaze, TheFilterCallBackForwardsAnAnalysersFrames)
     empty.processFrame (frame (2, 256));  // no observer: nothing happens
 }
 
-// Coherence snapshot ------------------------------------------------------------------------------------
-
-TEST (AnalysisCoherence, AlwaysTwoChannelsOfTheFramesSize)
-{
-    UpmixerStereoCoherenceObserver coherence;
-    SpectraSnapshot s;
-    EXPECT_FALSE (coherence.readSnapshot (s));
-    EXPECT_EQ (s.numChannels, 0);
-
-    coherence.observeFreqData (frame (6, 256, 1.0));
-    ASSERT_TRUE (coherence.readSnapshot (s));
-    EXPECT_EQ (s.numChannels, 2);
-    EXPECT_EQ (s.numBins, 129);
-    EXPECT_TRUE (holds (s, 0, 1.0));
-    EXPECT_TRUE (holds (s, 1, 1.0));
-
-    coherence.observeFreqData (frame (11, 1024, 4.0));
-    coherence.readSnapshot (s);
-    EXPECT_EQ (s.numChannels, 2);
-    EXPECT_EQ (s.numBins, 513);
-    EXPECT_TRUE (holds (s, 1, 4.0));
-
-    coherence.observeFreqData (frame (1, 1024, 9.0));  // not a pair: ignored
-    coherence.readSnapshot (s);
-    EXPECT_TRUE (holds (s, 0, 4.0));
-}
-
-TEST (AnalysisCoherence, PreparedSnapshotAndBusyGuard)
-{
-    UpmixerStereoCoherenceObserver coherence;
-    coherence.prepare (256);
-    SpectraSnapshot s;
-    ASSERT_TRUE (coherence.readSnapshot (s));
-    EXPECT_EQ (s.numChannels, 2);
-    EXPECT_TRUE (isZero (s, 1));
-
-    {
-        const ScopedObserverLock busy (coherence.getGuard(), ScopedObserverLock::exclusive, ScopedObserverLock::tryOnce, "test");
-        coherence.observeFreqData (frame (2, 256, 5.0));
-    }
-    coherence.readSnapshot (s);
-    EXPECT_TRUE (isZero (s, 0));
-}

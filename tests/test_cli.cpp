@@ -1,11 +1,10 @@
 // The orrin-upmix command line, run as a user would:
-// - renders a generated stereo WAV to 7.1.2 and 5.1: channel count, WAV channel mask, length
-//   equal to the input, a click at the same sample position (latency removed), the report;
-// - a hard-left source sits in L from the first 50 ms (the render starts warmed up), and a file
-//   shorter than a block renders too;
-// - refuses each kind of bad input with one clear line and a non-zero exit, leaving no file;
-// - Ctrl-C in the middle of a render leaves no file behind either.
+//  - 7.1.2 and 5.1 renders: channels, channel mask, bit depth, the input's length, a click at
+//    its own sample (latency removed), the report; a hard-left source placed from the first
+//    50 ms; a file shorter than a block renders too;
+//  - each kind of bad input is one line of error, a non-zero exit and no file; so is Ctrl-C.
 #include "support/CliRunner.h"
+#include "support/ProcessorHarness.h"
 #include "support/TempFolder.h"
 
 #include <gtest/gtest.h>
@@ -18,7 +17,6 @@
 
 namespace
 {
-    using CliRunner::Run;
     const auto runCli = CliRunner::run;
 
     struct CliTest : ::testing::Test
@@ -29,11 +27,7 @@ namespace
         void SetUp() override
         {
             // Two seconds of quiet stereo noise with a centred click at sample 30000.
-            juce::AudioBuffer<float> b (2, 96000);
-            juce::Random random (5);
-            for (int ch = 0; ch < 2; ++ch)
-                for (int i = 0; i < b.getNumSamples(); ++i)
-                    b.setSample (ch, i, 0.01f * (random.nextFloat() - 0.5f));
+            auto b = TestSignals::noise (2, 96000, 5, 0.005f);
             b.setSample (0, 30000, 0.9f);
             b.setSample (1, 30000, 0.9f);
             ASSERT_TRUE (CliRunner::writeWav (input, b));
@@ -41,12 +35,21 @@ namespace
 
         void TearDown() override { dir.deleteRecursively(); }
 
+        /** The rendered file, read whole. */
+        static juce::AudioBuffer<float> read (const juce::File& file)
+        {
+            auto reader = CliRunner::openWav (file);
+            juce::AudioBuffer<float> b (reader != nullptr ? (int) reader->numChannels : 0, reader != nullptr ? (int) reader->lengthInSamples : 0);
+            if (reader != nullptr)
+                reader->read (&b, 0, b.getNumSamples(), 0, true, true);
+            return b;
+        }
+
         void expectFailure (const juce::StringArray& args, const juce::File& output, const char* words)
         {
             const auto run = runCli (args);
             EXPECT_NE (run.exitCode, 0) << args.joinIntoString (" ");
-            const auto lines = juce::StringArray::fromLines (run.output.trim());
-            EXPECT_EQ (lines.size(), 1) << run.output;
+            EXPECT_EQ (juce::StringArray::fromLines (run.output.trim()).size(), 1) << run.output;
             EXPECT_TRUE (run.output.startsWith ("orrin-upmix: error: ")) << run.output;
             EXPECT_TRUE (run.output.containsIgnoreCase (words)) << run.output;
             EXPECT_FALSE (output.exists());
@@ -57,66 +60,60 @@ namespace
     };
 }
 
-TEST_F (CliTest, RendersAlignedMultichannelWav)
+TEST_F (CliTest, RendersAlignedMultichannelWavs)
 {
-    const auto out = dir.getChildFile ("out 712.wav");
-    const auto run = runCli ({ input.getFullPathName(), out.getFullPathName() });
-    ASSERT_EQ (run.exitCode, 0) << run.output;
-    EXPECT_TRUE (run.output.contains ("Wrote")) << run.output;
-    EXPECT_TRUE (run.output.contains ("Peak dBFS")) << run.output;
-
-    auto reader = CliRunner::openWav (out);
-    ASSERT_NE (reader, nullptr);
-    EXPECT_EQ (reader->numChannels, 10u);
-    EXPECT_EQ (reader->lengthInSamples, 96000);
-    EXPECT_EQ (reader->metadataValues["ChannelMask"], juce::String (0x563F));
-
-    juce::AudioBuffer<float> b (10, 96000);
-    reader->read (&b, 0, 96000, 0, true, true);
-    int loudest = 0;
-    float best = 0.0f;
-    for (int i = 0; i < b.getNumSamples(); ++i)
+    struct Row
     {
-        float sum = 0.0f;
-        for (int ch = 0; ch < 10; ++ch)
-            sum += std::abs (b.getSample (ch, i));
-        if (sum > best)
-            best = sum, loudest = i;
-    }
-    EXPECT_NEAR (loudest, 30000, 2);
-}
+        juce::StringArray options;
+        unsigned int channels, bits, mask;
+    };
+    const Row rows[] = {
+        { {}, 10, 32, 0x563F },  // 7.1.2 in 32-bit float by default, with the report
+        { { "--layout", "5.1", "--bits", "24", "--set", "LfeFreq=120Hz", "--set", "Divergence=0.25", "--quiet" }, 6, 24, 0x60F },
+    };
+    for (const auto& row : rows)
+    {
+        const auto out = dir.getChildFile ("out " + juce::String (row.channels) + ".wav");
+        auto args = juce::StringArray { input.getFullPathName(), out.getFullPathName() };
+        args.addArray (row.options);
+        const auto run = runCli (args);
+        ASSERT_EQ (run.exitCode, 0) << run.output;
+        const bool quiet = row.options.contains ("--quiet");
+        EXPECT_EQ (run.output.contains ("Wrote") && run.output.contains ("Peak dBFS"), ! quiet) << run.output;
+        EXPECT_EQ (run.output.trim().isEmpty(), quiet) << run.output;
 
-TEST_F (CliTest, FiveOneLayoutAndBitDepth)
-{
-    const auto out = dir.getChildFile ("out51.wav");
-    const auto run = runCli ({ input.getFullPathName(), out.getFullPathName(), "--layout", "5.1", "--bits", "24",
-                               "--set", "LfeFreq=120Hz", "--set", "Divergence=0.25", "--quiet" });
-    ASSERT_EQ (run.exitCode, 0) << run.output;
-    EXPECT_TRUE (run.output.trim().isEmpty()) << run.output;
-    auto reader = CliRunner::openWav (out);
-    ASSERT_NE (reader, nullptr);
-    EXPECT_EQ (reader->numChannels, 6u);
-    EXPECT_EQ (reader->bitsPerSample, 24u);
-    EXPECT_EQ (reader->metadataValues["ChannelMask"], juce::String (0x60F));
+        auto reader = CliRunner::openWav (out);
+        ASSERT_NE (reader, nullptr);
+        EXPECT_EQ (reader->numChannels, row.channels);
+        EXPECT_EQ (reader->bitsPerSample, row.bits);
+        EXPECT_EQ (reader->metadataValues["ChannelMask"], juce::String (row.mask));
+
+        const auto b = read (out);
+        EXPECT_EQ (b.getNumSamples(), 96000);
+        int loudest = 0;
+        float best = 0.0f;
+        for (int i = 0; i < b.getNumSamples(); ++i)
+        {
+            float sum = 0.0f;
+            for (int ch = 0; ch < b.getNumChannels(); ++ch)
+                sum += std::abs (b.getSample (ch, i));
+            if (sum > best)
+                best = sum, loudest = i;
+        }
+        EXPECT_NEAR (loudest, 30000, 2) << "latency removed";
+    }
 }
 
 TEST_F (CliTest, AHardLeftSourceIsPlacedFromTheFirstMoment)
 {
     // Noise on the left only: from a cold start the engine would put the opening in Ls.
-    const auto left = dir.getChildFile ("left.wav");
-    juce::AudioBuffer<float> b (2, 72000);
-    b.clear();
-    juce::Random random (9);
-    for (int i = 0; i < b.getNumSamples(); ++i)
-        b.setSample (0, i, 0.2f * (random.nextFloat() - 0.5f));
+    const auto left = dir.getChildFile ("left.wav"), out = dir.getChildFile ("left51.wav");
+    auto b = TestSignals::noise (2, 72000, 9, 0.1f);
+    b.clear (1, 0, b.getNumSamples());
     ASSERT_TRUE (CliRunner::writeWav (left, b));
-
-    const auto out = dir.getChildFile ("left51.wav");
     ASSERT_EQ (runCli ({ left.getFullPathName(), out.getFullPathName(), "--layout", "5.1", "--quiet" }).exitCode, 0);
-    auto reader = CliRunner::openWav (out);
-    ASSERT_NE (reader, nullptr);
-    juce::AudioBuffer<float> o (6, 72000);
-    reader->read (&o, 0, 72000, 0, true, true);
+    const auto o = read (out);
+    ASSERT_EQ (o.getNumChannels(), 6);
     auto db = [&] (int ch, int start, int length) { return juce::Decibels::gainToDecibels (o.getRMSLevel (ch, start, length), -200.0f); };
     // 5.1 file order: L R C LFE Ls Rs. The first 50 ms against the last half second.
     EXPECT_NEAR (db (0, 0, 2400), db (0, 48000, 24000), 1.0f);
@@ -127,21 +124,14 @@ TEST_F (CliTest, AHardLeftSourceIsPlacedFromTheFirstMoment)
     b.setSize (2, 300, true);
     ASSERT_TRUE (CliRunner::writeWav (left, b));
     ASSERT_EQ (runCli ({ left.getFullPathName(), out.getFullPathName(), "--layout", "5.1", "--quiet" }).exitCode, 0);
-    EXPECT_EQ (CliRunner::openWav (out)->lengthInSamples, 300);
+    EXPECT_EQ (read (out).getNumSamples(), 300);
 }
 
 TEST_F (CliTest, InterruptedRenderLeavesNoFileBehind)
 {
     // Four minutes of mono noise: long enough to be stopped halfway.
-    const auto longInput = dir.getChildFile ("long.wav");
-    {
-        juce::AudioBuffer<float> b (1, 48000 * 240);
-        juce::Random random (4);
-        for (int i = 0; i < b.getNumSamples(); ++i)
-            b.setSample (0, i, 0.2f * (random.nextFloat() - 0.5f));
-        ASSERT_TRUE (CliRunner::writeWav (longInput, b));
-    }
-    const auto out = dir.getChildFile ("stopped.wav");
+    const auto longInput = dir.getChildFile ("long.wav"), out = dir.getChildFile ("stopped.wav");
+    ASSERT_TRUE (CliRunner::writeWav (longInput, TestSignals::noise (1, 48000 * 240, 4, 0.1f)));
     auto others = [&] {
         juce::StringArray names;
         for (const auto& f : dir.findChildFiles (juce::File::findFiles, false))
@@ -169,7 +159,6 @@ TEST_F (CliTest, InterruptedRenderLeavesNoFileBehind)
     ::kill (pid, SIGINT);
     int status = 0;
     ::waitpid (pid, &status, 0);
-
     EXPECT_TRUE (wasWriting);
     EXPECT_TRUE (WIFSIGNALED (status) && WTERMSIG (status) == SIGINT) << status;
     EXPECT_TRUE (others().isEmpty()) << others().joinIntoString (", ");
@@ -177,20 +166,24 @@ TEST_F (CliTest, InterruptedRenderLeavesNoFileBehind)
 
 TEST_F (CliTest, RefusesBadInputWithOneLine)
 {
-    const auto out = dir.getChildFile ("never.wav");
-    const auto text = dir.getChildFile ("notes.wav");
+    const auto out = dir.getChildFile ("never.wav"), text = dir.getChildFile ("notes.wav");
     text.replaceWithText ("this is not audio");
     expectFailure ({ text.getFullPathName(), out.getFullPathName() }, out, "not a readable audio file");
     text.deleteFile();
 
-    expectFailure ({ dir.getChildFile ("missing.wav").getFullPathName(), out.getFullPathName() }, out, "no such file");
-    expectFailure ({ input.getFullPathName(), out.getFullPathName(), "--frobnicate" }, out, "frobnicate");
-    expectFailure ({ input.getFullPathName(), out.getFullPathName(), "--layout", "9.1" }, out, "unknown layout");
-    expectFailure ({ input.getFullPathName(), out.getFullPathName(), "--set", "NoSuchKey=1" }, out, "unknown parameter");
-    expectFailure ({ input.getFullPathName(), out.getFullPathName(), "--set", "LfeFreq=900Hz" }, out, "out of range");
-    expectFailure ({ input.getFullPathName(), out.getFullPathName(), "--set", "Divergence" }, out, "Key=value");
-    expectFailure ({ input.getFullPathName(), out.getFullPathName(), "--bits", "12" }, out, "--bits");
-    expectFailure ({ input.getFullPathName(), dir.getChildFile ("no/such/dir/x.wav").getFullPathName() }, out, "cannot write");
-    expectFailure ({ input.getFullPathName(), input.getFullPathName() }, out, "overwrite the input");
+    const auto in = input.getFullPathName(), target = out.getFullPathName();
+    const std::pair<juce::StringArray, const char*> rows[] = {
+        { { dir.getChildFile ("missing.wav").getFullPathName(), target }, "no such file" },
+        { { in, target, "--frobnicate" }, "frobnicate" },
+        { { in, target, "--layout", "9.1" }, "unknown layout" },
+        { { in, target, "--set", "NoSuchKey=1" }, "unknown parameter" },
+        { { in, target, "--set", "LfeFreq=900Hz" }, "out of range" },
+        { { in, target, "--set", "Divergence" }, "Key=value" },
+        { { in, target, "--bits", "12" }, "--bits" },
+        { { in, dir.getChildFile ("no/such/dir/x.wav").getFullPathName() }, "cannot write" },
+        { { in, in }, "overwrite the input" },
+    };
+    for (const auto& [args, words] : rows)
+        expectFailure (args, out, words);
     EXPECT_GT (input.getSize(), 1000);
 }

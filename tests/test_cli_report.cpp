@@ -7,6 +7,7 @@
 //   the file: Ls read -8.9 dBFS on the demo clip where the file peaks at -15.7);
 // - no picture without --report, and none when the render fails.
 #include "support/CliRunner.h"
+#include "support/ProcessorHarness.h"
 #include "support/TempFolder.h"
 
 #include <gtest/gtest.h>
@@ -14,7 +15,6 @@
 
 namespace
 {
-    using CliRunner::Run;
     const auto runCli = CliRunner::run;
 
     struct CliReportTest : ::testing::Test
@@ -26,14 +26,9 @@ namespace
         void SetUp() override
         {
             // Two seconds of noise hard left, then two seconds of the same noise in both sides.
-            juce::AudioBuffer<float> b (2, 2 * halfLength);
-            juce::Random random (3);
-            for (int i = 0; i < b.getNumSamples(); ++i)
-            {
-                const float x = 0.3f * (random.nextFloat() * 2.0f - 1.0f);
-                b.setSample (0, i, x);
-                b.setSample (1, i, i < halfLength ? 0.0f : x);
-            }
+            auto b = TestSignals::noise (2, 2 * halfLength, 3);
+            b.copyFrom (1, 0, b, 0, 0, 2 * halfLength);
+            b.clear (1, 0, halfLength);
             ASSERT_TRUE (CliRunner::writeWav (input, b));
         }
 

@@ -1,23 +1,12 @@
-// The shipped dialogue network (resources/dialog.net) and the tools that train and measure it.
-// Cases:
-//  - the shipped file loads with 37 inputs and exactly one output, and is a trained network
-//    (a hidden layer, and not every weight the same);
-//  - it loads under a locale whose decimal separator is a comma (one compiled into a temporary
-//    folder with localedef) and then answers exactly as under the C locale; a network saved
-//    there through the tools' C-locale guard has points, not commas;
-//  - the tool path (the engine's framing and DialogToolkit::FeatureHistory, as dialog-train
-//    computes its samples) and the engine path (UpmixerFrequencyDomainAlgo's own frame steps)
-//    see the same inputs: the tool path's network outputs, put through the mask's attack,
-//    release and running sum up the bins (DialogToolkit::maskGains, which dialog-train's
-//    calibration uses), give the very centre gains the stage applies, bin by bin and frame by
-//    frame, on a generated stereo signal;
-//  - CentreSplitter's speech and background parts add up to the stage's own centre;
-//  - a centred spoken phrase (espeak-ng) over generated stereo music (a centred bass under
-//    chords panned anywhere) at 0 dB: the dialogue extraction's centre holds the speech at a
-//    ratio 8 dB above the input mid's, keeping all but 3 dB of it; with DialogIsolate on the
-//    whole centre carries 8 dB more of the speech than with it off, at a ratio 6 dB above the
-//    input's and above isolation off's; skipped when espeak-ng is missing (scripts/setup
-//    installs it).
+// The shipped dialogue network (resources/dialog.net) and the tools that train and measure it:
+//  - it has 37 inputs, one output and learnt weights; it loads under a decimal-comma locale
+//    (compiled with localedef) and answers as under "C"; the tools save it with points;
+//  - the tools' path (FeatureHistory, the network, DialogToolkit::maskGains) gives the very
+//    centre gains the engine's stage applies, bin by bin and frame by frame;
+//  - CentreSplitter's speech and background parts add up to the stage's centre;
+//  - a spoken phrase (espeak-ng; skipped without it) centred over generated stereo music: the
+//    extraction's centre holds the speech 8 dB above the input's ratio, keeping all but 3 dB;
+//    DialogIsolate puts 8 dB more of it in the centre, at a ratio 6 dB above the input's.
 #include "engine/UpmixerDialogNetwork.h"
 #include "tools/dialog-common/DialogToolkit.h"
 #include "support/TempFolder.h"

@@ -1,14 +1,11 @@
-// CircularAudioBuffer and OverlapAddBuffer.
-// Cases:
+// CircularAudioBuffer and OverlapAddBuffer:
 //  - advanceRead past the ready samples empties the buffer but moves the read position fully;
-//  - the operations reach each other through the virtual slots (a derived class changes one rule);
-//  - both buffers match a std::deque reference model over thousands of random mixed operations:
-//    writes and additions (advancing or not, with more or fewer channels than the buffer),
-//    silence, hops, reads (into fewer channels too, leaving the rest of the destination alone),
-//    consumption (which zeroes, so later additions start from silence), clearing, channel
-//    changes, and growth from a capacity of one, also while the ready region wraps round the
-//    end of the storage and while an overlap-add tail waits behind it (which growth drops in
-//    the plain buffer and keeps in OverlapAddBuffer).
+//  - the operations reach each other through the virtual slots;
+//  - both match a std::deque model over thousands of random operations: writes and additions
+//    (advancing or not, with more or fewer channels), silence, hops, reads (into fewer
+//    channels too), consumption (which zeroes), clearing, channel changes, growth from a
+//    capacity of one, also while wrapped and while an overlap-add tail waits (which growth
+//    drops in the plain buffer and keeps in OverlapAddBuffer).
 #include "dsp/CircularAudioBuffer.h"
 #include "dsp/OverlapAddBuffer.h"
 

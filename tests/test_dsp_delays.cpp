@@ -1,12 +1,9 @@
-// Delay lines.
-// Cases:
-//  - CDelayFilter delays by exactly its delay (0 returns the sample just written), clamps the
-//    delay to its maximum, agrees in place and sample by sample, and clear() empties it;
-//  - CDelayDoubleBufferFilter starts at its maximum delay filled with the initial value; a move
-//    from 100 to 200 samples mixes both taps for 9,999 samples (fade 0.0001 ... 0.9999, i.e. a
-//    glide of 10,000 steps), then reads only the 200-sample tap;
-//  - a request made during a fade waits until the fade has ended, then glides in turn;
-//  - a request equal to the current delay starts no fade; an unprepared line passes through.
+// Delay lines:
+//  - CDelayFilter delays by exactly its delay (0: the sample just written), clamps it, agrees
+//    in place and sample by sample; clear() empties it;
+//  - CDelayDoubleBufferFilter starts at its maximum filled with its initial value; 100 to 200
+//    samples mixes both taps for 9,999 samples, then reads the new tap only; a request during
+//    a fade waits for its end; the current delay starts no fade; unprepared, it passes through.
 #include "dsp/CDelayDoubleBufferFilter.h"
 #include "dsp/CDelayFilter.h"
 

@@ -159,36 +159,23 @@ TEST (DspFft, SeveralThreadsTransformAtOnce)
 
 TEST (DspFftWindow, ShapesAreSymmetricWithKnownEndAndCentreValues)
 {
-    // type, value at both ends, value at the centre of an odd length.
-    struct Shape
+    // Type and value at both ends; every shape peaks at 1 in the centre of an odd length.
+    const std::pair<int, double> shapes[] = { { 0, 1.0 }, { 1, 0.07672 }, { 2, 0.0 }, { 3, 0.0 }, { 4, 0.00006 } };
+    for (const auto& [type, end] : shapes)
     {
-        int type;
-        double end, centre;
-    };
-    const Shape shapes[] = {
-        { 0, 1.0, 1.0 }, { 1, 0.07672, 1.0 }, { 2, 0.0, 1.0 }, { 3, 0.0, 1.0 }, { 4, 0.00006, 1.0 },
-    };
-
-    for (const auto& shape : shapes)
-    {
-        SCOPED_TRACE (shape.type);
-        const FFTWindow window (1025, shape.type);
+        const FFTWindow window (1025, type);
         const float* table = window.getTable();
-        EXPECT_NEAR (table[0], shape.end, 1e-7);
-        EXPECT_NEAR (table[1024], shape.end, 1e-7);
-        EXPECT_NEAR (table[512], shape.centre, 1e-6);
+        EXPECT_NEAR (table[0], end, 1e-7) << type;
+        EXPECT_NEAR (table[512], 1.0, 1e-6) << type;
         for (int n = 0; n < 1025; ++n)
         {
-            ASSERT_NEAR (table[n], table[1024 - n], 1e-6) << n;
-            ASSERT_LE (table[n], table[512] + 1e-6f) << "peaks at the centre";
+            ASSERT_NEAR (table[n], table[1024 - n], 1e-6) << type << ", " << n;
+            ASSERT_LE (table[n], table[512] + 1e-6f) << type << ", " << n;
         }
     }
-
     // The Hamming variant is 0.53836 / 0.46164, not 0.54 / 0.46: a quarter of the way in,
     // cos x = 0 leaves exactly the constant term.
-    const FFTWindow hamming (1025, 1);
-    EXPECT_NEAR (hamming.getTable()[256], 0.53836, 1e-7);
-
+    EXPECT_NEAR (FFTWindow (1025, 1).getTable()[256], 0.53836, 1e-7);
     for (const int type : { -1, 5, 7, 100 })
     {
         const FFTWindow none (256, type);

@@ -1,15 +1,11 @@
-// Recursive filters: responses measured by running tones, DC and Nyquist through the real filters.
-// Cases:
-//  - one table of designs and probes (DC, a tone, Nyquist): low-pass and high-pass (-3 dB at the
-//    corner for q = 1/sqrt 2, gain q there), shelves reaching their linear gain at the far end
-//    and half of it in dB at the shelf frequency, peaking, band-pass (peak gain q), notch, the
-//    narrow-band pair 7 and 8; float and double designs agree;
-//  - narrow-band designs ring with the pole radius of their own bandwidth term (10.1 q for 7,
-//    10.1 q + 0.1 for 8); a shelf of gain 0 is the opposite pass filter sample for sample;
-//  - a sample rate <= 0 keeps the coefficients, a type outside 0 to 8 stays as constructed;
-//    re-designing keeps the history; block splits give the sample-by-sample output;
-//  - first-order all-pass: flat within 0.01 dB, inverting at Nyquist;
-//  - designs at or above Nyquist stay bounded.
+// Recursive filters: responses measured by running tones, DC and Nyquist through the filters:
+//  - one table of designs and probes: low- and high-pass (-3 dB at the corner for q = 1/sqrt 2,
+//    gain q there), shelves (the gain at the far end, half of it in dB at the shelf frequency),
+//    peaking, band-pass (peak gain q), notch, narrow-band 7 and 8; float agrees with double;
+//  - 7 and 8 ring with the pole radius of their own bandwidth term; a shelf of gain 0 is the
+//    opposite pass filter; bad sample rates and types keep the coefficients; re-designing keeps
+//    the history; block splits change nothing; the all-pass is flat; designs at or above
+//    Nyquist stay bounded.
 #include "dsp/CRecursiveFilter.h"
 
 #include <gtest/gtest.h>

@@ -1,19 +1,11 @@
-// The dialogue detector: its network file, its inputs, and dialogue moving to the centre.
-// Cases:
-//  - a missing file, a file that is no network and a network of the wrong shape are refused
-//    with a reason; "Install Folder" adds a place to look, after the binary's own folders and
-//    the source tree;
-//  - the frame-wide run gives fann_run's results bit for bit, for the shipped network and for
-//    networks of other shapes and activation functions (sigmoid, symmetric, stepwise, Elliott,
-//    linear, shortcut connections, scaled inputs);
-//  - the input arrangement: bins k - 1, k, k + 1 of each frame at their places, the edge bins
-//    repeating themselves, silence giving finite inputs, the frequency input of a bin taken at
-//    48 kHz;
-//  - isolation on moves all of a centred voice-band tone into C, where the phase split alone
-//    leaves part of it in the fronts: C carries it 6 dB louder (the trained network finds speech
-//    up to its sibilants, so a centred 12 kHz tone is no longer left alone, and is not checked);
-//  - isolation switched on mid-stream (network runs skipped until then) catches up with an
-//    engine that had it on from the start within a few frames, through the mask's attack.
+// The dialogue detector: its network file, its inputs, and dialogue moving to the centre:
+//  - files missing, not a network or of the wrong shape are refused with a reason; the places
+//    looked in ("Install Folder" last);
+//  - the frame-wide run equals fann_run bit for bit for the shipped network and networks of
+//    other shapes, activations, shortcuts and scaled inputs;
+//  - the inputs: neighbour bins at their places, edges repeated, silence finite, frequency;
+//  - isolation moves a centred voice-band tone into C (6 dB louder there); switched on
+//    mid-stream it catches up with an engine that had it on within a few frames.
 #include "engine/UpmixerDialogFeatures.h"
 #include "engine/UpmixerDialogNetwork.h"
 #include "processor/KaSettingsStore.h"

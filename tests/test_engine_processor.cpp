@@ -1,15 +1,9 @@
-// The engine as the processor runs it, and the engine's own frame.
-// Cases:
-//  - a centred click comes out of C exactly UpmixerAlgo::getLatencySamples() (1536) samples
-//    later, from the engine alone and from the whole processor, which reports that latency;
-//  - whole-processor sweep: every output layout x 44.1, 48 and 96 kHz x blocks of 1, 64, 480
-//    and 4096 samples, dialogue isolation on: no NaN or Inf, sound on the outputs, and the same
-//    output for every block split as for 480-sample blocks at the same rate;
-//  - the engine registers its timing items (4 to 12) under the names the profiling overlay shows
-//    and stamps the enabled ones with the block's duration;
-//  - the engine allocates nothing and waits on no lock after prepare, not even in its first
-//    block, for any block size (longer blocks than its stages take at once too), with every
-//    stage running.
+// The engine as the processor runs it, and the engine's own frame:
+//  - a centred click leaves C exactly 1536 samples later, from the engine and the processor;
+//  - every output layout x 44.1, 48 and 96 kHz x blocks of 1, 64, 480 and 4096, isolation on:
+//    finite, sound on the outputs, the same output whatever the split;
+//  - the timing items 4 to 12 carry the profiling overlay's names and the block's duration;
+//  - the engine allocates nothing and waits on no lock after prepare, for any block size.
 #include "processor/UpmixerParameters.h"
 #include "support/AllocationCounter.h"
 #include "support/EngineTestRig.h"

@@ -1,20 +1,14 @@
-// The engine's time-domain stages, heard through the whole engine on real signals.
-// Cases:
-//  - diffuse surrounds: full diffusion breaks an anti-phase pair's strict anti-correlation
-//    (decorrelating all-pass pairs); a centred source makes no diffuse sound; a change of
-//    UpmixPsdWidth mid-stream moves the delay without a click;
-//  - surround shelf: at its top gain it lifts a tone above the corner by 10 dB, not a low one;
-//  - LFE: two octaves above the crossover >= 20 dB below two octaves under it; LfeGain spans
-//    55 dB; LfeSplit 1 takes the low band out of C, 0 leaves it, DownmixExact forces 0;
-//  - low-frequency centre divergence moves C's low band to L and R and keeps its high band;
-//    with the monitor on L and R carry that low band only (silent with no divergence);
-//  - overheads: both phase controls at 0 give silent overheads and the lower channels of the
-//    layout without overheads; on-phase 1 lifts all in-phase content (C too, unless
-//    VerticalExcludeC); 0.5 is -6 dB whatever the floor; 7.1.4 fills Trl and Trr;
-//  - multi-input: a discrete centre and LFE arrive unchanged 1536 samples later (the LFE at
-//    ExcludeLfeGain when excluded, nowhere with LFE off); the input's sides go to the sides or
-//    the backs by FadeSB (switched or at constant power); input backs with no back channels
-//    join the sides at -3 dB; which input counts carry a centre or an LFE.
+// The engine's time-domain stages, heard through the whole engine on real signals:
+//  - diffusion decorrelates an anti-phase pair's surrounds, adds nothing to a centred source,
+//    and takes a width change mid-stream without a click; the surround shelf lifts 10 dB above
+//    its corner only;
+//  - LFE: the low band only, LfeGain over 55 dB; LfeSplit moves or copies it out of C
+//    (DownmixExact copies); the low-frequency centre divergence and its monitor;
+//  - overheads: silent with both phase controls at 0 (the lower channels as without them),
+//    on-phase lifting in-phase content (C unless excluded), -6 dB halfway, 7.1.4's four;
+//  - multiple inputs: a discrete centre and LFE unchanged after the latency (the LFE at its
+//    exclusion gain or off), sides following FadeSB, backs joining the sides at -3 dB; which
+//    input counts carry a centre or an LFE.
 #include "processor/UpmixerParameters.h"
 #include "support/EngineTestRig.h"
 

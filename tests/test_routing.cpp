@@ -2,10 +2,10 @@
 // - the inverse of every routing number agrees with its row (later positions win, -1 for absent
 //   kinds), and out-of-range numbers fall back to the identity;
 // - naming: Tfl/Tfr only under 17, 18, 24, 25; routing 14 drops Lsr, Rsr, Trl, Trr; 23 has "X";
-// - host-layout names;
-// - resolution: allowed sets per width, default settings, per-type fallbacks, the host-format
-//   choice, and JUCE's delivered orders (5.1 -> 1, 7.1 -> 4, 7.1.2 -> 16; JUCE's 7.1.4 lists its
-//   heights before the rears, which only routing 18 describes with front-height names).
+// - JUCE's delivered orders are recognised from the bus channel kinds (JUCE's 7.1.4 lists its
+//   heights before the rears, which only routing 18 describes with front-height names);
+// - resolution: allowed sets per width, default settings, per-type fallbacks, the delivered
+//   order and the host-format choice.
 #include "processor/KaChannelRouting.h"
 
 #include <gtest/gtest.h>
@@ -18,14 +18,9 @@ TEST (Routing, InverseAgreesWithEveryRow)
     {
         std::array<int, rowLength> expected;
         expected.fill (-1);
-        for (int p = 0; p < rowLength; ++p)
-        {
-            const int kind = kindAtPosition (r, p);
-            if (kind < 0)
-                break;
-            if (kind < rowLength)
-                expected[(size_t) kind] = p;
-        }
+        for (int p = 0; p < rowLength && kindAtPosition (r, p) >= 0; ++p)
+            if (kindAtPosition (r, p) < rowLength)
+                expected[(size_t) kindAtPosition (r, p)] = p;
         for (int k = 0; k < rowLength; ++k)
             EXPECT_EQ (hostPositionOfKind (r, k), expected[(size_t) k]) << "routing " << r << " kind " << k;
     }
@@ -34,24 +29,10 @@ TEST (Routing, InverseAgreesWithEveryRow)
     // Rows 31..36 are all zero: kind 0 sits at every position and the last one wins.
     EXPECT_EQ (hostPositionOfKind (31, kindL), 12);
     EXPECT_EQ (hostPositionOfKind (36, kindR), -1);
-
     // Out of range: the identity.
     EXPECT_EQ (hostPositionOfKind (37, kindLs), kindLs);
     EXPECT_EQ (hostPositionOfKind (5, 13), 13);
     EXPECT_EQ (kindAtPosition (40, 7), 7);
-}
-
-TEST (Routing, KnownOrders)
-{
-    // L C R Ls Rs LFE for Pro Tools-style 5.1, L R C LFE Ls Rs elsewhere, L R Ls Rs C LFE.
-    EXPECT_EQ (hostPositionOfKind (0, kindC), 1);
-    EXPECT_EQ (hostPositionOfKind (0, kindLfe), 5);
-    EXPECT_EQ (hostPositionOfKind (1, kindLfe), 3);
-    EXPECT_EQ (hostPositionOfKind (2, kindC), 4);
-    // Rears before sides (routing 9) and the wide order of 7.
-    EXPECT_EQ (hostPositionOfKind (9, kindLsr), 4);
-    EXPECT_EQ (hostPositionOfKind (9, kindLs), 6);
-    EXPECT_EQ (hostPositionOfKind (7, kindR), 4);
 }
 
 TEST (Routing, NamesAndDroppedKinds)
@@ -61,89 +42,68 @@ TEST (Routing, NamesAndDroppedKinds)
     EXPECT_EQ (kindName (kindLts, 19), "Lts");
     EXPECT_EQ (channelName (18, hostPositionOfKind (18, kindLts)), "Tfl");
     EXPECT_EQ (channelName (19, hostPositionOfKind (19, kindLts)), "Lts");
-
     EXPECT_EQ (rowSize (14), 8);
     for (int kind : { kindLsr, kindRsr, kindTrl, kindTrr })
         EXPECT_EQ (hostPositionOfKind (14, kind), -1);
-
     EXPECT_EQ (channelName (23, 6), "X");
     EXPECT_EQ (kindName (12), "X");
     EXPECT_EQ (channelName (50, 3), "LFE");  // out of range: the kind numbered like the position
 }
 
-TEST (Routing, HostLayoutNames)
+TEST (Routing, DeliveredOrders)
 {
-    EXPECT_EQ (hostLayoutName (0x00000001), "M");
-    EXPECT_EQ (hostLayoutName (0x00060006), "L C R Ls Rs LFE");
-    EXPECT_EQ (hostLayoutName (0x000D000A), "L C R Lss Rss Lsr Rsr LFE Lts Rts");
-    EXPECT_EQ (hostLayoutName (0x00130010), "Ambisonic");
-    EXPECT_EQ (hostLayoutName (0x00140009), "L C R Lss Rss Lsr Rsr Lts Rts");
-    EXPECT_EQ (hostLayoutName (0x00060007), "");
-}
-
-TEST (Routing, ResolutionByWidthDefaultAndFallback)
-{
-    constexpr int none = -1, defaultChoice = 100;
-
-    // Narrow outputs always use routing 1.
-    EXPECT_EQ (resolveRouting (2, 0, none, typeVst3, none).routing, 1);
-
-    // An allowed choice is kept and not stored back.
-    auto r = resolveRouting (6, 17, none, typeVst3, none);
-    EXPECT_EQ (r.routing, 17);
-    EXPECT_FALSE (r.storeBack);
-
-    // Not allowed: the width's default setting, when it may supply that number.
-    r = resolveRouting (6, 5, 2, typeVst3, none);
-    EXPECT_EQ (r.routing, 2);
-    EXPECT_TRUE (r.storeBack);
-    EXPECT_EQ (resolveRouting (6, defaultChoice, 17, typeVst3, none).routing, 1);  // 17 is not a default
-
-    // Per-type fallbacks when nothing else decides.
-    EXPECT_EQ (resolveRouting (6, defaultChoice, defaultChoice, typeRtas, none).routing, 0);
-    EXPECT_EQ (resolveRouting (6, defaultChoice, defaultChoice, typeAax, none).routing, 0);
-    EXPECT_EQ (resolveRouting (6, defaultChoice, defaultChoice, typeAu, none).routing, 2);
-    EXPECT_EQ (resolveRouting (6, defaultChoice, defaultChoice, typeVst, none).routing, 1);
-    EXPECT_EQ (resolveRouting (8, defaultChoice, defaultChoice, typeVst3, none).routing, 9);
-    EXPECT_EQ (resolveRouting (8, defaultChoice, defaultChoice, typeAu, none).routing, 3);
-    EXPECT_EQ (resolveRouting (8, defaultChoice, 7, typeAu, none).routing, 7);
-    EXPECT_EQ (resolveRouting (10, defaultChoice, defaultChoice, typeAax, none).routing, 15);
-    EXPECT_EQ (resolveRouting (10, defaultChoice, defaultChoice, typeVst3, none).routing, 16);
-    EXPECT_EQ (resolveRouting (12, defaultChoice, defaultChoice, typeRtas, none).routing, 24);
-    EXPECT_EQ (resolveRouting (12, defaultChoice, defaultChoice, typeVst3, none).routing, 25);
-    EXPECT_EQ (resolveRouting (12, defaultChoice, 25, typeRtas, none).routing, 24);  // no default setting at 12
-
-    // Wider than 12: anything goes.
-    EXPECT_EQ (resolveRouting (16, 30, none, typeVst3, none).routing, 30);
-}
-
-TEST (Routing, DeliveredOrderDecidesFallbackAndHostChoice)
-{
-    // JUCE's own orders, read from the bus channel types.
     const int smpte[12] = { 0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11 };
+    const int juce714[12] = { 0, 1, 2, 3, 4, 5, 8, 9, 10, 11, 6, 7 };
+    const int film[6] = { 0, 2, 1, 4, 5, 3 };
+    const int nonsense[6] = { 5, 5, 5, 5, 5, 5 };
     EXPECT_EQ (routingMatchingKinds (smpte, 6), 1);
     EXPECT_EQ (routingMatchingKinds (smpte, 8), 4);
     EXPECT_EQ (routingMatchingKinds (smpte, 10), 16);
     EXPECT_EQ (routingMatchingKinds (smpte, 12), 25);
-    const int juce714[12] = { 0, 1, 2, 3, 4, 5, 8, 9, 10, 11, 6, 7 };
     EXPECT_EQ (routingMatchingKinds (juce714, 12, true), 18);
     EXPECT_EQ (routingMatchingKinds (juce714, 12, false), 1);
     EXPECT_EQ (routingMatchingKinds (smpte, 6, true), 18);  // allowed at 6 and names Tfl
-    const int film[6] = { 0, 2, 1, 4, 5, 3 };
     EXPECT_EQ (routingMatchingKinds (film, 6), 0);
-    const int nonsense[6] = { 5, 5, 5, 5, 5, 5 };
     EXPECT_EQ (routingMatchingKinds (nonsense, 6), -1);
+}
 
-    // VST3 at 7.1 would fall back to 9 (rears first), but JUCE delivers L R C LFE Ls Rs Lsr Rsr.
-    EXPECT_EQ (resolveRouting (8, 100, 100, typeVst3, 4).routing, 4);
-    // The host-format choice (99) takes the delivered order.
-    auto r = resolveRouting (10, routingFromHost, 100, typeVst3, 16);
-    EXPECT_EQ (r.routing, 16);
-    EXPECT_FALSE (r.storeBack);
-    // The delivered order wins even where the width's choices do not list it (7.1.4).
-    r = resolveRouting (12, 100, -1, typeVst3, 18);
-    EXPECT_EQ (r.routing, 18);
-    EXPECT_TRUE (r.storeBack);
-    // Without a delivered order the per-type column decides.
-    EXPECT_EQ (resolveRouting (10, routingFromHost, 100, typeAax, -1).routing, 15);
+TEST (Routing, Resolution)
+{
+    constexpr int none = -1, byDefault = 100;
+    struct Row
+    {
+        int width, choice, defaultSetting, type, delivered, routing;
+        int storeBack = -1;  // 0 or 1 where the case decides it
+    };
+    const Row rows[] = {
+        { 2, 0, none, typeVst3, none, 1 },              // narrow outputs always use 1
+        { 6, 17, none, typeVst3, none, 17, 0 },           // an allowed choice is kept
+        { 6, 5, 2, typeVst3, none, 2, 1 },                 // not allowed: the width's default setting
+        { 6, byDefault, 17, typeVst3, none, 1 },        // 17 is no default setting
+        { 6, byDefault, byDefault, typeRtas, none, 0 }, // per-type fallbacks
+        { 6, byDefault, byDefault, typeAax, none, 0 },
+        { 6, byDefault, byDefault, typeAu, none, 2 },
+        { 6, byDefault, byDefault, typeVst, none, 1 },
+        { 8, byDefault, byDefault, typeVst3, none, 9 },
+        { 8, byDefault, byDefault, typeAu, none, 3 },
+        { 8, byDefault, 7, typeAu, none, 7 },
+        { 10, byDefault, byDefault, typeAax, none, 15 },
+        { 10, byDefault, byDefault, typeVst3, none, 16 },
+        { 12, byDefault, byDefault, typeRtas, none, 24 },
+        { 12, byDefault, byDefault, typeVst3, none, 25 },
+        { 12, byDefault, 25, typeRtas, none, 24 },       // no default setting at 12
+        { 16, 30, none, typeVst3, none, 30 },           // wider than 12: anything goes
+        { 8, byDefault, byDefault, typeVst3, 4, 4 },     // JUCE delivers L R C LFE Ls Rs Lsr Rsr, not 9's rears first
+        { 10, routingFromHost, byDefault, typeVst3, 16, 16, 0 },  // the host-format choice takes the delivered order
+        { 12, byDefault, none, typeVst3, 18, 18, 1 },       // even where the width's choices do not list it
+        { 10, routingFromHost, byDefault, typeAax, none, 15 },  // without one the per-type column decides
+    };
+    for (const auto& row : rows)
+    {
+        SCOPED_TRACE (testing::Message() << "width " << row.width << ", choice " << row.choice << ", default " << row.defaultSetting
+                                         << ", type " << row.type << ", delivered " << row.delivered);
+        const auto r = resolveRouting (row.width, row.choice, row.defaultSetting, row.type, row.delivered);
+        EXPECT_EQ (r.routing, row.routing);
+        EXPECT_TRUE (row.storeBack < 0 || r.storeBack == (row.storeBack == 1));
+    }
 }

@@ -1,16 +1,11 @@
-// Factory presets.
-// Cases:
-//  - the committed files in resources/presets are byte for byte what make-factory-presets
-//    writes, so their keys cannot drift from the parameter table;
-//  - every design applies cleanly (no unknown key, no value out of range), at least eight of
-//    them, uniquely named, each different from the defaults;
-//  - every committed preset supplies a value for each host parameter and loads into a
-//    processor bit for bit, named after its file;
-//  - installing writes the missing ones into "Installed", never over a user's file, once per
-//    program version (a deleted factory preset stays deleted); a processor's first run has
-//    installed them;
-//  - the command line: --preset by name renders exactly what the same values given by --set
-//    render, --set after --preset wins, an unknown or broken preset is one line of error.
+// Factory presets:
+//  - the committed files are byte for byte what make-factory-presets writes; every design
+//    applies cleanly (at least eight, uniquely named, each off the defaults);
+//  - every committed preset supplies each value and loads bit for bit, named after its file;
+//  - installed into "Installed" once per program version, never over a user's file (a
+//    deleted one stays deleted); a processor's first run installs them;
+//  - the command line: --preset renders what the same values by --set render, --set after
+//    --preset wins, an unknown or broken preset is one line of error.
 #include "processor/KaFloatText.h"
 #include "processor/KaPaths.h"
 #include "processor/KaPresetFile.h"
@@ -19,6 +14,7 @@
 #include "processor/UpmixerFactoryPresets.h"
 #include "processor/UpmixerParameters.h"
 #include "support/CliRunner.h"
+#include "support/ProcessorHarness.h"
 #include "support/StateTestSupport.h"
 #include "support/TempFolder.h"
 
@@ -150,14 +146,7 @@ TEST (FactoryPresets, CommandLinePresetComesBeforeSettings)
 {
     const auto dir = makeTempFolder ("orrin-cli-preset");
     const auto input = dir.getChildFile ("in.wav");
-    {
-        juce::AudioBuffer<float> noise (2, 24000);
-        juce::Random random (3);
-        for (int ch = 0; ch < 2; ++ch)
-            for (int i = 0; i < noise.getNumSamples(); ++i)
-                noise.setSample (ch, i, 0.3f * (random.nextFloat() * 2.0f - 1.0f));
-        ASSERT_TRUE (CliRunner::writeWav (input, noise));
-    }
+    ASSERT_TRUE (CliRunner::writeWav (input, TestSignals::noise (2, 24000, 3)));
 
     // The same values given one by one, in their normalised form.
     const auto table = makeTable();

@@ -1,22 +1,15 @@
-// Preset files (".nap"), the preset folders and the default preset.
-// Cases:
-//  - name encoding: "Mix 5.1 (Film)" <-> "Mix 5.1 &28Film&29", each of "/\()|:", characters
-//    outside the kept set lost for good, the "%2F" form decoded too;
-//  - a saved preset holds every host parameter by key with the file header, loads back bit for
-//    bit into another instance, and is tracked and named there;
-//  - saving replaces the file by renaming a complete temporary file (the old file's inode goes,
-//    no temporary is left behind);
-//  - a preset without "Parameters" leaves every value at its default and still reports its
-//    "FileVersion", which then decides the mapping;
-//  - files that are not presets (not XML, another root, empty, too large, broken UTF-8, nested
-//    too deep, a DTD, a processing instruction followed by text) load nothing: values, tracking
-//    and undo history unchanged;
-//  - out-of-range values clamp, non-numbers and missing keys take defaults, unknown keys are
-//    ignored; "SpecificData" is kept as text and written again on save;
-//  - folders: "User", "Installed" and "Default" created on first run; the browser order puts
-//    them first, then the others; presets in natural order; hidden ones skipped; neighbours wrap;
-//  - the default preset: its "KJDEFAULT " keys, the -1e8 and wrong-size rules, clearing, and
-//    its application (values and tracked preset) when a processor starts.
+// Preset files (".nap"), the preset folders and the default preset:
+//  - name encoding ("Mix 5.1 (Film)" <-> "Mix 5.1 &28Film&29", "/\()|:", lost characters, "%2F");
+//  - a saved preset holds every parameter with the file header and loads back bit for bit,
+//    tracked and named; saving renames a complete temporary file over the old;
+//  - without "Parameters" every value stays at its default, and "FileVersion" decides mapping;
+//  - files that are not presets (not XML, another root, empty, too large, broken UTF-8, too
+//    deep, a DTD, an instruction followed by text) change nothing, undo history included;
+//  - values clamp, non-numbers and missing keys take defaults, unknown keys are ignored;
+//    "SpecificData" is kept and written again;
+//  - folders created on first run and listed in the browser's order, presets in natural
+//    order, hidden ones skipped, neighbours wrapping;
+//  - the default preset: its keys, the -1e8 and wrong-size rules, clearing, its application.
 #include "processor/KaDefaultPreset.h"
 #include "processor/KaPaths.h"
 #include "processor/KaPresetFile.h"

@@ -1,16 +1,11 @@
-// Undo, redo and A/B.
-// Cases:
-//  - coalescing: 0.5 -> 0.2 -> 0.7 of one parameter in a gesture is one action from 0.5 to
-//    0.7; a change to the same new value or of another parameter is not merged; two changes of
-//    different parameters outside a gesture are two undo steps;
-//  - a simulated mouse drag (a gesture of many changes) is one undo step, driven through the
-//    transient Undo and Redo controls, which return to rest;
+// Undo, redo and A/B:
+//  - a gesture's changes of one parameter are one step; other parameters' changes are not
+//    merged; drags through the Undo and Redo controls (which return to rest); linked partners;
 //  - an action whose processor has gone, or of an unknown kind, fails and changes nothing;
-//  - A/B: the first press compares with a copy, then swaps two complete settings; A to B
-//    copies the setting heard; each step undoes;
-//  - PresetNext / PresetPrev walk the current folder in the browser's order and wrap; undoing a
-//    move brings back the preset left and the changes not saved into it;
-//  - ResetToPreset brings back the preset's saved values, undoably;
+//  - A/B swaps two complete settings (the first press copies), A to B copies what is heard,
+//    each undoable;
+//  - PresetNext / PresetPrev walk the folder in the browser's order and wrap; undoing a move
+//    brings back the preset left and its unsaved changes; ResetToPreset undoes too;
 //  - a move to a preset file that has vanished changes nothing.
 #include "processor/KaJuceABUndoableAction.h"
 #include "processor/KaJucePresetNavUndoableAction.h"
@@ -29,6 +24,17 @@ namespace
     {
         p.setParameterNotifyingHost (control, 1.0f, true);
         EXPECT_EQ (p.getParameterValue (control), 0.0f) << "the control returns to rest";
+    }
+
+    /** Presses each control in turn and expects what read() gives after it. */
+    template <typename Value, typename Read>
+    void pressInTurn (KaJuceProcessorBase& p, Read read, std::initializer_list<std::pair<int, Value>> steps)
+    {
+        for (const auto& [control, expected] : steps)
+        {
+            press (p, control);
+            EXPECT_TRUE (read() == expected) << "after control " << control;
+        }
     }
 
     std::vector<float> presetValues (const KaParameterTable& table, float divergence)
@@ -87,16 +93,7 @@ TEST (Undo, SimulatedDragsThroughTheUndoAndRedoControls)
     drag (0.3f, 0.95f);
     EXPECT_EQ (p.getParameterValue (UpmixPsdWidth), 0.95f);
 
-    press (p, Undo);
-    EXPECT_EQ (p.getParameterValue (UpmixPsdWidth), 0.3f);
-    press (p, Undo);
-    EXPECT_EQ (p.getParameterValue (UpmixPsdWidth), start);
-    press (p, Undo);
-    EXPECT_EQ (p.getParameterValue (UpmixPsdWidth), start);
-    press (p, Redo);
-    EXPECT_EQ (p.getParameterValue (UpmixPsdWidth), 0.3f);
-    press (p, Redo);
-    EXPECT_EQ (p.getParameterValue (UpmixPsdWidth), 0.95f);
+    pressInTurn<float> (p, [&] { return p.getParameterValue (UpmixPsdWidth); }, { { Undo, 0.3f }, { Undo, start }, { Undo, start }, { Redo, 0.3f }, { Redo, 0.95f } });
 
     // A user's change of a linked control moves its partners; undo brings them back too.
     p.setParameterUndoable (ArcLink, 1.0f);
@@ -144,13 +141,8 @@ TEST (Undo, ABSwapsTwoCompleteSettingsAndAtoBCopies)
     const auto settingB = p.getHostValues();
     ASSERT_NE (settingB, settingA);
 
-    press (p, AB);
-    EXPECT_FALSE (p.isComparingB());
-    EXPECT_EQ (p.getHostValues(), settingA);
-    press (p, AB);
-    EXPECT_EQ (p.getHostValues(), settingB);
-    press (p, Undo);
-    EXPECT_EQ (p.getHostValues(), settingA);
+    auto heard = [&] { return p.getHostValues(); };
+    pressInTurn<std::vector<float>> (p, heard, { { AB, settingA }, { AB, settingB }, { Undo, settingA } });
     EXPECT_FALSE (p.isComparingB());
     press (p, Redo);
     EXPECT_EQ (p.getHostValues(), settingB);
@@ -159,10 +151,7 @@ TEST (Undo, ABSwapsTwoCompleteSettingsAndAtoBCopies)
     press (p, AtoB);
     EXPECT_EQ (p.getHostValues(), settingB);
     EXPECT_EQ (p.getComparisonValues(), settingB);
-    press (p, AB);
-    EXPECT_EQ (p.getHostValues(), settingB);
-    press (p, Undo);
-    press (p, Undo);
+    pressInTurn<std::vector<float>> (p, heard, { { AB, settingB }, { Undo, settingB }, { Undo, settingB } });
     EXPECT_EQ (p.getComparisonValues(), settingA);
     press (p, AB);
     EXPECT_EQ (p.getHostValues(), settingA);
@@ -182,15 +171,10 @@ TEST (Undo, NextAndPreviousWalkTheFolderAndUndoKeepsUnsavedChanges)
     p.setParameterUndoable (Diffusion, 0.77f);  // not saved into the preset
 
     press (p, PresetNext);
-    EXPECT_EQ (p.getCurrentPreset().file, "Walk 2");
     EXPECT_EQ (p.getProgramName (0), "Walk 2");
     EXPECT_EQ (p.getParameterValue (Diffusion), table.getDefault (Diffusion));
-    press (p, PresetNext);
-    EXPECT_EQ (p.getCurrentPreset().file, "Walk 10");
-    press (p, PresetNext);
-    EXPECT_EQ (p.getCurrentPreset().file, "Walk 1");
-    press (p, PresetPrev);
-    EXPECT_EQ (p.getCurrentPreset().file, "Walk 10");
+    auto file = [&] { return p.getCurrentPreset().file; };
+    pressInTurn<juce::String> (p, file, { { PresetNext, "Walk 10" }, { PresetNext, "Walk 1" }, { PresetPrev, "Walk 10" } });
     EXPECT_EQ (p.getParameterValue (Divergence), 0.3f);
     EXPECT_TRUE (p.takeEditorRefresh());
 

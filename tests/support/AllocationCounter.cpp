@@ -54,6 +54,12 @@ namespace
         ++allocationCount;
     }
 
+    inline void noteLock() noexcept
+    {
+        if (counting)
+            ++lockCount;
+    }
+
     void* allocate (std::size_t size, const void* caller)
     {
         note (caller);
@@ -85,35 +91,11 @@ namespace
 // Each notes its own caller, so operator new goes to glibc directly, not through malloc.
 extern "C"
 {
-    void* malloc (std::size_t size)
-    {
-        note (__builtin_return_address (0));
-        return __libc_malloc (size);
-    }
-
-    void* calloc (std::size_t count, std::size_t size)
-    {
-        note (__builtin_return_address (0));
-        return __libc_calloc (count, size);
-    }
-
-    void* realloc (void* p, std::size_t size)
-    {
-        note (__builtin_return_address (0));
-        return __libc_realloc (p, size);
-    }
-
-    void* memalign (std::size_t alignment, std::size_t size)
-    {
-        note (__builtin_return_address (0));
-        return __libc_memalign (alignment, size);
-    }
-
-    void* aligned_alloc (std::size_t alignment, std::size_t size)
-    {
-        note (__builtin_return_address (0));
-        return __libc_memalign (alignment, size);
-    }
+    void* malloc (std::size_t size) { note (__builtin_return_address (0)); return __libc_malloc (size); }
+    void* calloc (std::size_t count, std::size_t size) { note (__builtin_return_address (0)); return __libc_calloc (count, size); }
+    void* realloc (void* p, std::size_t size) { note (__builtin_return_address (0)); return __libc_realloc (p, size); }
+    void* memalign (std::size_t alignment, std::size_t size) { note (__builtin_return_address (0)); return __libc_memalign (alignment, size); }
+    void* aligned_alloc (std::size_t alignment, std::size_t size) { note (__builtin_return_address (0)); return __libc_memalign (alignment, size); }
 
     int posix_memalign (void** out, std::size_t alignment, std::size_t size)
     {
@@ -130,26 +112,9 @@ extern "C"
 // Blocking lock calls, counted on the same terms, handed on to glibc's own entry points.
 extern "C"
 {
-    int pthread_mutex_lock (pthread_mutex_t* mutex)
-    {
-        if (counting)
-            ++lockCount;
-        return glibcMutexLock (mutex);
-    }
-
-    int pthread_rwlock_rdlock (pthread_rwlock_t* lock)
-    {
-        if (counting)
-            ++lockCount;
-        return glibcReadLock (lock);
-    }
-
-    int pthread_rwlock_wrlock (pthread_rwlock_t* lock)
-    {
-        if (counting)
-            ++lockCount;
-        return glibcWriteLock (lock);
-    }
+    int pthread_mutex_lock (pthread_mutex_t* mutex) { noteLock(); return glibcMutexLock (mutex); }
+    int pthread_rwlock_rdlock (pthread_rwlock_t* lock) { noteLock(); return glibcReadLock (lock); }
+    int pthread_rwlock_wrlock (pthread_rwlock_t* lock) { noteLock(); return glibcWriteLock (lock); }
 }
 #endif
 

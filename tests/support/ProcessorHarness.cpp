@@ -1,6 +1,5 @@
 #include "support/ProcessorHarness.h"
 
-#include <cmath>
 
 juce::AudioChannelSet ProcessorHarness::outputSet (int numOutputs)
 {
@@ -54,18 +53,15 @@ namespace TestSignals
     {
         juce::AudioBuffer<float> b (numChannels, numSamples);
         for (int ch = 0; ch < numChannels; ++ch)
-            for (int i = 0; i < numSamples; ++i)
-                b.setSample (ch, i, gain * (float) std::sin (2.0 * juce::MathConstants<double>::pi * frequency * i / sampleRate));
+            EngineSignals::sine (b.getWritePointer (ch), numSamples, frequency, sampleRate, gain);
         return b;
     }
 
     juce::AudioBuffer<float> noise (int numChannels, int numSamples, int seed, float gain)
     {
-        juce::Random random (seed);
         juce::AudioBuffer<float> b (numChannels, numSamples);
         for (int ch = 0; ch < numChannels; ++ch)
-            for (int i = 0; i < numSamples; ++i)
-                b.setSample (ch, i, gain * (2.0f * random.nextFloat() - 1.0f));
+            EngineSignals::noise (b.getWritePointer (ch), numSamples, seed + 1000 * ch, gain);
         return b;
     }
 }

@@ -37,6 +37,7 @@ struct ProcessorHarness
 namespace TestSignals
 {
     juce::AudioBuffer<float> sine (int numChannels, int numSamples, double frequency, double sampleRate, float gain = 0.5f);
+    /** White noise, independent per channel, reproducible by seed. */
     juce::AudioBuffer<float> noise (int numChannels, int numSamples, int seed, float gain = 0.3f);
     using EngineSignals::rms;
     using EngineSignals::allFinite;
