@@ -6,7 +6,7 @@ namespace
 {
     constexpr int nameHeight = 18, trimHeight = 20, switchHeight = 19, gap = 4;
     // From this width the two switches sit side by side and carry whole words.
-    constexpr int wideStrip = 60;
+    constexpr int wideStrip = 60, wordsStrip = 84;
 }
 
 UpmixerChannelStrip::UpmixerChannelStrip (const juce::String& name)
@@ -57,12 +57,12 @@ void UpmixerChannelStrip::bindSwitch (int index, Switch kind, int number, float 
     // Solo in amber, mute in red, as on a console.
     button.setAccentColour (kind == Switch::solo ? KaJuceTheme::warning : KaJuceTheme::danger);
     button.setValue (value, false);
-    labelSwitches();
+    resized();
 }
 
 void UpmixerChannelStrip::labelSwitches()
 {
-    const bool wide = getWidth() >= wideStrip * 2;
+    const bool wide = getWidth() >= wordsStrip;
     for (int i = 0; i < 2; ++i)
     {
         const auto kind = m_switch[(size_t) i];
@@ -83,7 +83,9 @@ void UpmixerChannelStrip::resized()
 
     m_dragTrim.setBounds (controls.removeFromTop (trimHeight));
     controls.removeFromTop (gap);
-    if (getWidth() >= wideStrip)
+    if (m_switch[1] == Switch::none)
+        m_btnFirst.setBounds (controls.removeFromTop (switchHeight));  // alone: the whole width
+    else if (getWidth() >= wideStrip)
     {
         const int half = (controls.getWidth() - 3) / 2;
         m_btnFirst.setBounds (controls.removeFromLeft (half));

@@ -97,10 +97,9 @@ UpmixerEditor::UpmixerEditor (UpmixerProcessor& processor)
 
     buildMainPage();
 
-    // Centre & LFE, downmix.
-    addPanel (1, 0, 1, "LFE", 2, 26, { Lfe, LfeFreq, LfeSplit, LfeGain });
-    addPanel (1, 0, 1, "Centre LF split", 1, 26, { DivergeLfcEnable, DivergeLfcAmount, DivergeLfcFreq });
-    addPanel (1, 1, 1, "Downmix", 1, 26, { DownmixC, DownmixS, DownmixB, DownmixLfe, DownmixExact, MuteDownmix0, MuteDownmix1 });
+    // Centre & LFE: the LFE, the centre's LF split and the downmix, with the meters they move.
+    m_centrePage = &own<UpmixerCentreLfePage> (*this, processor, [this] (int number, bool knob) -> KaJuceControl& { return makeControl (number, knob); });
+    m_pages[1]->addAndMakeVisible (*m_centrePage);
 
     // I/O: the channel strips with their meters, routing, the multi-input options, correlation.
     m_ioPage = &own<UpmixerIOPage> (*this, processor, [this] (int number) -> KaJuceControl& { return makeControl (number, false); });
@@ -223,6 +222,7 @@ void UpmixerEditor::layOutMainPage (juce::Rectangle<int> area)
 
 void UpmixerEditor::updateDisplays()
 {
+    m_centrePage->update (m_pages[1]->isVisible());
     m_ioPage->update (m_pages[2]->isVisible());
     if (! m_pages[0]->isVisible())
         return;  // the field and the dialogue meter read their observers only while shown
@@ -341,6 +341,8 @@ void UpmixerEditor::resized()
         page->setBounds (pageArea);
     if (m_ioPage != nullptr)
         m_ioPage->setBounds (pageArea.withZeroOrigin());
+    if (m_centrePage != nullptr)
+        m_centrePage->setBounds (pageArea.withZeroOrigin());
     for (const auto& place : m_panels)
     {
         int y = 0;

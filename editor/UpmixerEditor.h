@@ -10,6 +10,7 @@
 #include "editor/UpmixerDialogueActivity.h"
 #include "editor/UpmixerListenPanel.h"
 #include "editor/UpmixerSurroundField.h"
+#include "editor/UpmixerCentreLfePage.h"
 #include "editor/UpmixerIOPage.h"
 
 class UpmixerProcessor;
@@ -39,6 +40,7 @@ public:
     UpmixerSurroundField& getSurroundField() noexcept { return *m_field; }
     UpmixerDialogueActivity& getDialogueActivity() noexcept { return *m_dialogueActivity; }
     UpmixerListenPanel& getListenPanel() noexcept { return *m_listen; }
+    UpmixerCentreLfePage& getCentreLfePage() noexcept { return *m_centrePage; }
     UpmixerIOPage& getIOPage() noexcept { return *m_ioPage; }
 
 protected:
@@ -69,6 +71,7 @@ private:
     UpmixerSurroundField* m_field = nullptr;
     UpmixerDialogueActivity* m_dialogueActivity = nullptr;
     UpmixerListenPanel* m_listen = nullptr;
+    UpmixerCentreLfePage* m_centrePage = nullptr;
     UpmixerIOPage* m_ioPage = nullptr;
     juce::Image m_knobStrip;
 

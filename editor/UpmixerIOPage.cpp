@@ -1,4 +1,5 @@
 #include "editor/UpmixerIOPage.h"
+#include "editor/UpmixerStripBinding.h"
 #include "processor/KaChannelRouting.h"
 #include "processor/UpmixerParameters.h"
 #include "processor/UpmixerProcessor.h"
@@ -12,24 +13,6 @@ namespace
     constexpr int maxStripWidth = 96;
     constexpr int bottomRowHeight = 178, routingWidth = 330, multiInputWidth = 300;
     constexpr int correlationRow = 13, correlationGap = 2;
-    // A block within this long means the audio runs; after it the meters fall to silence.
-    constexpr double audioStoppedMs = 250.0;
-    constexpr float silenceDb = -1.0e10f;
-
-    /** The colour parameter of each channel kind's family. */
-    int colourParameterOfKind (int kind)
-    {
-        switch (kind)
-        {
-            case Routing_::kindC: return ColC;
-            case Routing_::kindLfe: return ColLfe;
-            case Routing_::kindLs: case Routing_::kindRs: return ColLsRs;
-            case Routing_::kindLsr: case Routing_::kindRsr: return ColLbRb;
-            case Routing_::kindLts: case Routing_::kindRts: case Routing_::kindTrl: case Routing_::kindTrr: return ColLtsRts;
-            default: return ColLR;
-        }
-    }
-
     juce::String layoutName (int outputs)
     {
         switch (outputs)
@@ -76,11 +59,7 @@ UpmixerIOPage::UpmixerIOPage (KaJuceEditorBase& editor, UpmixerProcessor& proces
         auto& strip = addStrip (m_panelDownmix, "m_stripDownmix" + juce::String (i));
         m_downmix.push_back (std::unique_ptr<UpmixerChannelStrip> (&strip));
         strip.setVisible (true);
-        const int mute = i == 0 ? MuteDownmix0 : MuteDownmix1;
-        strip.setChannel (i == 0 ? "Lo" : "Ro", KaJuceTheme::text);
-        strip.bindTrim (KaJuceControl::noParameter, 0.0f);
-        strip.bindSwitch (0, UpmixerChannelStrip::Switch::mute, mute, processor.getParameterValue (mute));
-        strip.bindSwitch (1, UpmixerChannelStrip::Switch::none, KaJuceControl::noParameter, 0.0f);
+        UpmixerStripBinding::showDownmix (strip, processor.getParameterTable(), i);
     }
 
     // Routing and the multi-input options: the editor's usual controls in grids.
@@ -178,23 +157,12 @@ void UpmixerIOPage::applyLayout (const Layout& l)
         strip.bindSwitch (1, UpmixerChannelStrip::Switch::none, KaJuceControl::noParameter, 0.0f);
     }
 
-    // The two switches do what the per-user settings say (solo or mute); when both say the same
-    // there is one.
-    const auto first = l.primary == 1 ? UpmixerChannelStrip::Switch::mute : UpmixerChannelStrip::Switch::solo;
-    const auto second = l.secondary == 1 ? UpmixerChannelStrip::Switch::mute : UpmixerChannelStrip::Switch::solo;
     for (int p = 0; p < numOutputs; ++p)
     {
         auto& strip = *m_outputs[(size_t) p];
         strip.setVisible (p < l.outputs);
-        if (p >= l.outputs)
-            continue;
-        const int kind = juce::jlimit (0, numOutputs - 1, Routing_::kindAtPosition (l.routing, p));
-        strip.setChannel (Routing_::channelName (l.routing, p), KaJuceTheme::text);
-        strip.bindTrim (Trim0 + kind, value (Trim0 + kind));
-        auto numberOf = [kind] (UpmixerChannelStrip::Switch s) { return (s == UpmixerChannelStrip::Switch::mute ? Mute0 : Solo0) + kind; };
-        strip.bindSwitch (0, first, numberOf (first), value (numberOf (first)));
-        const auto secondKind = second == first ? UpmixerChannelStrip::Switch::none : second;
-        strip.bindSwitch (1, secondKind, numberOf (second), value (numberOf (second)));
+        if (p < l.outputs)
+            UpmixerStripBinding::showOutput (strip, table, l.routing, p);
     }
 
     m_panelSources.setTitle ("Sources  " + juce::String (l.sources) + (l.sources == 1 ? " channel" : " channels"));
@@ -233,44 +201,16 @@ void UpmixerIOPage::applyLayout (const Layout& l)
 
 std::vector<KaJuceCorrelationDisplay*> UpmixerIOPage::getShownCorrelations() const { return m_shownCorrelations; }
 
-float UpmixerIOPage::colourValue (int number) const
-{
-    if (! m_upmixer.getParameterTable().isOn (LockColors))
-        return m_upmixer.getParameterValue (number);
-    if (number >= ColC && number <= ColMeterPeak)
-        return m_upmixer.getParameterValue (LockColC + number - ColC);
-    if (number >= Col0LM && number <= Col4LM)
-        return m_upmixer.getParameterValue (LockCol0LM + number - Col0LM);
-    if (number >= Split1LM && number <= Split4LM)
-        return m_upmixer.getParameterValue (LinkSplit1LM + number - Split1LM);
-    return m_upmixer.getParameterValue (number);
-}
-
 void UpmixerIOPage::updateStyles()
 {
     const auto& table = m_upmixer.getParameterTable();
-    KaJuceLevelMeterDisplay::Style style;
-    for (int i = 0; i < 4; ++i)
-        if (const auto* info = table.info (Split1LM + i))
-            style.splitsDb[(size_t) i] = info->toUnit (colourValue (Split1LM + i));
-    // Col0LM colours the quietest zone, Col3LM the overs and Col4LM the over lamp; the overs
-    // and the lamp are drawn brighter so that they read as warnings whatever their hue.
-    style.colours = { KaJuceColourParamUser::colourForValue (colourValue (Col3LM), 0.85f, 1.0f),
-                      KaJuceColourParamUser::colourForValue (colourValue (Col2LM), 0.8f, 0.95f),
-                      KaJuceColourParamUser::colourForValue (colourValue (Col1LM), 0.7f, 0.85f),
-                      KaJuceColourParamUser::colourForValue (colourValue (Col0LM), 0.6f, 0.7f),
-                      KaJuceColourParamUser::colourForValue (colourValue (Col4LM), 0.9f, 1.0f) };
-    style.hold = KaJuceColourParamUser::colourForValue (colourValue (ColMeterPeak), 0.5f, 1.0f);
-
+    const auto style = UpmixerStripBinding::meterStyle (table);
     for (auto* strips : { &m_sources, &m_outputs, &m_downmix })
         for (auto& s : *strips)
             s->getMeter().setStyle (style);
     for (int p = 0; p < m_nOutputs; ++p)
-    {
-        const int kind = Routing_::kindAtPosition (m_layout.routing, p);
         m_outputs[(size_t) p]->setChannel (m_outputs[(size_t) p]->getChannelName(),
-                                           KaJuceColourParamUser::colourForValue (colourValue (colourParameterOfKind (kind)), 0.55f, 1.0f));
-    }
+                                           UpmixerStripBinding::channelColour (table, KaChannelRouting::kindAtPosition (m_layout.routing, p)));
 }
 
 void UpmixerIOPage::update (bool pageShown)
@@ -286,27 +226,14 @@ void UpmixerIOPage::update (bool pageShown)
 void UpmixerIOPage::updateMeters()
 {
     const double now = juce::Time::getMillisecondCounterHiRes();
-    const double lastBlock = m_upmixer.getBlockInfo().processStartMs.load (std::memory_order_relaxed);
-    const bool live = lastBlock > 0.0 && now - lastBlock < audioStoppedMs;
+    const bool live = UpmixerStripBinding::isAudioRunning (m_upmixer, now);
     const auto& observers = m_upmixer.getObservers();
-
-    auto tick = [&] (UpmixerChannelStrip& strip, UpmixerObservers::Row row, int index)
-    {
-        auto meter = observers.getLevelMeter (row, index);
-        if (live && meter != nullptr)
-        {
-            const float level = meter->getLevelDb();
-            strip.getMeter().tick (level, meter->getLastPeakDb(), now);
-        }
-        else
-            strip.getMeter().tick (silenceDb, silenceDb, now);
-    };
     for (int i = 0; i < m_nSources; ++i)
-        tick (*m_sources[(size_t) i], UpmixerObservers::rowSource, i);
+        UpmixerStripBinding::tick (*m_sources[(size_t) i], observers.getLevelMeter (UpmixerObservers::rowSource, i).get(), live, now);
     for (int p = 0; p < m_nOutputs; ++p)
-        tick (*m_outputs[(size_t) p], UpmixerObservers::rowUpmix, p);
+        UpmixerStripBinding::tick (*m_outputs[(size_t) p], observers.getLevelMeter (UpmixerObservers::rowUpmix, p).get(), live, now);
     for (int side = 0; side < 2; ++side)
-        tick (*m_downmix[(size_t) side], UpmixerObservers::rowDownmix, side);
+        UpmixerStripBinding::tick (*m_downmix[(size_t) side], observers.getLevelMeter (UpmixerObservers::rowDownmix, side).get(), live, now);
 
     if (! m_layout.correlation)
         return;

@@ -61,8 +61,6 @@ private:
     void applyLayout (const Layout& layout);
     void updateStyles();
     void updateMeters();
-    /** A colour parameter's value, or its per-user copy while colours are locked. */
-    float colourValue (int number) const;
     UpmixerChannelStrip& addStrip (KaJuceOglGridComponent& panel, const juce::String& name);
 
     KaJuceEditorBase& m_editor;
