@@ -4,7 +4,8 @@
 //   every other meter stays at silence;
 // - the strips' switches set the solo or mute of their channel's kind (the host position is
 //   not the kind at 7.1.4) in one undo step, and swap when the per-user settings say so;
-// - the strips follow a layout change (source and output counts, channel names).
+// - the strips follow a layout change (source and output counts, channel names; the Centre &
+//   LFE page's LFE strip).
 #include "editor/UpmixerEditor.h"
 #include "processor/KaChannelRouting.h"
 #include "processor/UpmixerParameters.h"
@@ -163,5 +164,9 @@ TEST (EditorIOPage, StripsFollowTheLayout)
         for (int p = 0; p < numOutputs; ++p)
             EXPECT_EQ (page.getOutputStrip (p).isVisible(), p < c.outputs) << p;
         EXPECT_EQ (page.getOutputStrip (c.outputs - 1).getChannelName(), c.lastOutput);
+        // The Centre & LFE page's LFE strip finds its channel wherever the layout puts it.
+        auto& lfe = editor.getCentreLfePage().getStrip (3);
+        EXPECT_EQ (lfe.getChannelName(), "LFE");
+        EXPECT_EQ (lfe.getTrim().getParameterIndex(), Trim0 + (int) KaChannelRouting::kindLfe);
     }
 }
