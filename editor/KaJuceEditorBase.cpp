@@ -23,6 +23,7 @@ KaJuceEditorBase::KaJuceEditorBase (KaJuceProcessorBase& processor)
     setChannelProvider (&processor);
     m_oglComponent.setChannelProvider (&processor);
     addAndMakeVisible (m_oglComponent);
+    m_mainMenu.adoptPopUp (m_oglComponent);
     m_oglComponent.addChildComponent (m_noticeBox);
     m_oglComponent.addChildComponent (m_btnScreenDisablePlugin);
     KaJuceControl::setProToolsModifiers (processor.getHostPath().containsIgnoreCase ("ProTools")
@@ -173,8 +174,9 @@ bool KaJuceEditorBase::oglIsProfiling() const { return m_bProfiling.load(); }
 
 // Menu ---------------------------------------------------------------------------------------------
 
-void KaJuceEditorBase::addMainMenuItems (juce::PopupMenu& menu)
+void KaJuceEditorBase::addMainMenuItems (KaJuceMenuPopUp& menu)
 {
+    menu.addSeparator();
     menu.addItem ("Show profiling", true, m_processor.isProfilingShown(), [this]
     {
         m_processor.setProfilingShown (! m_processor.isProfilingShown());
@@ -183,9 +185,15 @@ void KaJuceEditorBase::addMainMenuItems (juce::PopupMenu& menu)
 
 void KaJuceEditorBase::showMainMenu (juce::Component* target)
 {
-    juce::PopupMenu menu;
-    addMainMenuItems (menu);
-    menu.showMenuAsync (juce::PopupMenu::Options().withTargetComponent (target));
+    if (m_mainMenu.isShowing())
+    {
+        m_mainMenu.hide();
+        return;
+    }
+    m_mainMenu.clear();
+    addMainMenuItems (m_mainMenu);
+    const auto area = target != nullptr ? m_oglComponent.getLocalArea (target, target->getLocalBounds()) : juce::Rectangle<int> (getWidth(), 0, 0, 0);
+    m_mainMenu.showBelow (area);
 }
 
 // Drawing -----------------------------------------------------------------------------------------

@@ -3,6 +3,7 @@
 #include "editor/KaJuceButton.h"
 #include "editor/KaJuceColourParamUser.h"
 #include "editor/KaJuceControl.h"
+#include "editor/KaJuceMenuPopUp.h"
 #include "editor/KaJuceNoticeBox.h"
 #include "editor/KaOglComponent.h"
 #include "processor/KaJuceProcessorBase.h"
@@ -45,9 +46,11 @@ public:
     /** The announcement for a parameter, or nothing when it is not announced. */
     juce::String announcementFor (int number) const;
 
-    /** The main menu: the derived editor adds its entries; the base adds profiling. */
-    virtual void addMainMenuItems (juce::PopupMenu& menu);
+    /** The main menu, drawn by the frame: the derived editor adds its entries first; the base
+        adds profiling. Rebuilt each time it opens, below the target (a child of the frame). */
+    virtual void addMainMenuItems (KaJuceMenuPopUp& menu);
     void showMainMenu (juce::Component* target);
+    KaJuceMenuPopUp& getMainMenu() noexcept { return m_mainMenu; }
 
     KaJuceNoticeBox& getNoticeBox() noexcept { return m_noticeBox; }
     KaJuceButton& getDisableScreen() noexcept { return m_btnScreenDisablePlugin; }
@@ -119,6 +122,7 @@ private:
     KaOglComponent m_oglComponent { this };
     DisableScreen m_btnScreenDisablePlugin;
     KaJuceNoticeBox m_noticeBox;
+    KaJuceMenuPopUp m_mainMenu { "m_mainMenu" };
     std::vector<KaJuceControl*> m_controls;
     std::atomic<double> m_dGuiMs { 0.0 };
     std::atomic<bool> m_bProfiling { false };

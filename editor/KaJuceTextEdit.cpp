@@ -7,13 +7,13 @@ KaJuceTextEdit::KaJuceTextEdit (const juce::String& name) : KaJuceControlWithHel
     setMouseCursor (juce::MouseCursor::IBeamCursor);
 }
 
-juce::String KaJuceTextEdit::filtered (const juce::String& text, Filter filter, int maxLength)
+juce::String KaJuceTextEdit::filtered (const juce::String& text, Filter filter, int maxLength, const juce::String& allowed)
 {
-    juce::String result = text;
+    juce::String result = allowed.isEmpty() ? text : text.retainCharacters (allowed);
     if (filter != Filter::none)
     {
-        const bool negative = text.startsWithChar ('-');
-        result = text.retainCharacters (filter == Filter::integer ? "0123456789" : "0123456789.");
+        const bool negative = result.startsWithChar ('-');
+        result = result.retainCharacters (filter == Filter::integer ? "0123456789" : "0123456789.");
         if (negative)
             result = "-" + result;
     }
@@ -22,17 +22,21 @@ juce::String KaJuceTextEdit::filtered (const juce::String& text, Filter filter, 
     return result;
 }
 
-void KaJuceTextEdit::setText (const juce::String& text)
+void KaJuceTextEdit::setText (const juce::String& text, bool selected)
 {
     m_text.set (text);
+    m_bSelected.store (selected && text.isNotEmpty());
     requestRedraw();
 }
 
 void KaJuceTextEdit::edited (juce::String text)
 {
-    const auto kept = filtered (text, m_filter, m_nMaxLength);
-    if (kept != m_text.get())
-        setText (kept);
+    const auto kept = filtered (text, m_filter, m_nMaxLength, m_allowed);
+    if (kept == m_text.get() && ! m_bSelected.load())
+        return;
+    setText (kept);
+    if (onChange)
+        onChange (kept);
 }
 
 void KaJuceTextEdit::mouseDown (const juce::MouseEvent&)
@@ -53,12 +57,25 @@ bool KaJuceTextEdit::keyPressed (const juce::KeyPress& key)
     if (key == juce::KeyPress::escapeKey)
     {
         giveAwayKeyboardFocus();
+        if (onEscape)
+            onEscape();
         return true;
     }
-    if (key == juce::KeyPress::backspaceKey)
-        edited (text.dropLastCharacters (1));
+    const bool selected = m_bSelected.load();
+    if (key == juce::KeyPress ('a', juce::ModifierKeys::commandModifier, 0))
+    {
+        m_bSelected.store (text.isNotEmpty());
+        requestRedraw();
+    }
+    else if (key == juce::KeyPress::backspaceKey || key == juce::KeyPress::deleteKey)
+        edited (selected ? juce::String() : text.dropLastCharacters (1));
     else if (const auto c = key.getTextCharacter(); c >= ' ' && ! key.getModifiers().isCtrlDown())
-        edited (text + juce::String::charToString (c));
+        edited ((selected ? juce::String() : text) + juce::String::charToString (c));
+    else if (selected && (key == juce::KeyPress::leftKey || key == juce::KeyPress::rightKey || key == juce::KeyPress::endKey))
+    {
+        m_bSelected.store (false);
+        requestRedraw();
+    }
     else
         return false;
     return true;
@@ -75,6 +92,12 @@ void KaJuceTextEdit::render (double time)
         return;
     const auto& text = m_text.forRender();
     const auto inner = getLocalBounds().reduced (6, 0);
+    if (m_bSelected.load())
+    {
+        const float h = (float) font->getHeight() + 4.0f;
+        KaOglDraw::fillRect ({ (float) inner.getX() - 1.0f, area.getCentreY() - h * 0.5f, (float) juce::jmin (font->getTextWidth (text), inner.getWidth()) + 2.0f, h },
+                             getAccentColour().withAlpha (0.35f));
+    }
     font->drawText (text, inner, juce::Justification::centredLeft, getTextColour());
     // A blinking caret at the end of the text while focused.
     if (focused && std::fmod (time, 1.0) < 0.6)

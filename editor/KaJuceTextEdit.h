@@ -5,7 +5,9 @@
 
 /** A single-line text field drawn with the bitmap fonts (preset names, pod names). After each
     edit the text is filtered: integer mode keeps digits, decimal mode digits and '.', both keep
-    a leading '-'; a maximum length cuts it. Return confirms (onReturn), Escape drops focus. */
+    a leading '-'; a set of allowed characters drops the others; a maximum length cuts it.
+    Return confirms (onReturn), Escape drops focus (onEscape). Text set with its selection
+    (a proposed name) is replaced by the first character typed, or cleared by Backspace. */
 class KaJuceTextEdit : public KaJuceControlWithHelpers
 {
 public:
@@ -15,13 +17,19 @@ public:
 
     void setFilter (Filter filter) noexcept { m_filter = filter; }
     void setMaxLength (int length) noexcept { m_nMaxLength = length; }
+    /** Only these characters are kept (empty: any). */
+    void setAllowedCharacters (const juce::String& characters) { m_allowed = characters; }
     /** Message thread. */
-    void setText (const juce::String& text);
+    void setText (const juce::String& text, bool selected = false);
     juce::String getText() const { return m_text.get(); }
+    bool isTextSelected() const noexcept { return m_bSelected.load(); }
     std::function<void (const juce::String&)> onReturn;
+    std::function<void()> onEscape;
+    /** The text changed by typing (after filtering). */
+    std::function<void (const juce::String&)> onChange;
 
-    /** The text as the filter and the maximum length leave it. */
-    static juce::String filtered (const juce::String& text, Filter filter, int maxLength);
+    /** The text as the filter, the allowed characters and the maximum length leave it. */
+    static juce::String filtered (const juce::String& text, Filter filter, int maxLength, const juce::String& allowed = {});
 
     void render (double time) override;
     bool keyPressed (const juce::KeyPress& key) override;
@@ -37,4 +45,6 @@ private:
     KaGuiText m_text;
     Filter m_filter = Filter::none;
     int m_nMaxLength = 0;
+    juce::String m_allowed;
+    std::atomic<bool> m_bSelected { false };
 };

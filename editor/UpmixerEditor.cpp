@@ -55,9 +55,8 @@ T& UpmixerEditor::own (Args&&... args)
 
 UpmixerEditor::UpmixerEditor (UpmixerProcessor& processor)
     : KaJuceEditorBase (processor), m_upmixer (processor),
-      m_btnPresetPrev ("<", PresetPrev, KaJuceButton::Mode::push), m_btnPresetNext (">", PresetNext, KaJuceButton::Mode::push),
       m_btnUndo ("Undo", Undo, KaJuceButton::Mode::push), m_btnRedo ("Redo", Redo, KaJuceButton::Mode::push),
-      m_btnAB ("A/B", AB, KaJuceButton::Mode::push), m_btnAtoB ("A > B", AtoB, KaJuceButton::Mode::push),
+      m_btnAB ("A/B", AB), m_btnAtoB ("A > B", AtoB, KaJuceButton::Mode::push),
       m_btnBypass ("Bypass", Bypass), m_btnMenu ("Menu", noParameter, KaJuceButton::Mode::push)
 {
     setName ("UpmixerEditor");
@@ -68,20 +67,21 @@ UpmixerEditor::UpmixerEditor (UpmixerProcessor& processor)
     m_readoutTitle.setLabelFontSize (KaJuceTheme::headingText);
     m_readoutTitle.setDrawsBackground (false);
     m_readoutTitle.setTextColour (KaJuceTheme::accent);
-    m_readoutPreset.setLabelFontSize (KaJuceTheme::titleText);
     m_readoutStatus.setTextColour (KaJuceTheme::textDim);
     m_readoutStatus.setLabel ("Ready");
-    for (auto* c : std::initializer_list<KaJuceControl*> { &m_readoutTitle, &m_readoutPreset, &m_btnPresetPrev, &m_btnPresetNext, &m_btnUndo,
-                                                           &m_btnRedo, &m_btnAB, &m_btnAtoB, &m_btnBypass, &m_btnMenu, &m_readoutStatus })
+    for (auto* c : std::initializer_list<KaJuceControl*> { &m_readoutTitle, &m_btnUndo, &m_btnRedo, &m_btnAB, &m_btnAtoB, &m_btnBypass, &m_btnMenu,
+                                                           &m_readoutStatus })
     {
         addToFrame (*c);
         registerControl (*c);
     }
+    addToFrame (m_presetBar);
+    m_presetBar.onMessage = [this] (const juce::String& text) { m_readoutStatus.setLabel (text); };
     m_btnBypass.setAccentColour (KaJuceTheme::warning);
     m_btnMenu.onClick = [this] { showMainMenu (&m_btnMenu); };
 
     // Pages and their tabs (the editor's view switches).
-    const std::pair<const char*, int> pages[] = { { "Main", PanelMain }, { "Centre & LFE", PanelCenter }, { "I/O", PanelIO }, { "Colours", noParameter } };
+    const std::pair<const char*, int> pages[] = { { "Main", PanelMain }, { "Centre & LFE", PanelCenter }, { "I/O", PanelIO } };
     auto& tabs = *m_groups.emplace_back (std::make_unique<KaJuceControlGroup> (true));
     for (const auto& [name, number] : pages)
     {
@@ -105,11 +105,9 @@ UpmixerEditor::UpmixerEditor (UpmixerProcessor& processor)
     m_ioPage = &own<UpmixerIOPage> (*this, processor, [this] (int number) -> KaJuceControl& { return makeControl (number, false); });
     m_pages[2]->addAndMakeVisible (*m_ioPage);
 
-    // Colours and meter splits.
-    addPanel (3, 0, 1, "Colours", 2, 26, range (ColC, 11));
-    addPanel (3, 1, 1, "Meter colours", 1, 26, range (Col0LM, 5));
-    addPanel (3, 2, 1, "Meter splits", 1, 26, range (Split1LM, 4));
-
+    // The preset browser and its dialog over the pages, the notices over everything.
+    m_presetBar.adoptPopUps (getOglComponent());
+    addHiddenToFrame (m_settings);
     keepOverlaysOnTop();
     setResizable (false, false);
     setSize (defaultWidth, defaultHeight);
@@ -242,16 +240,6 @@ KaJuceControl& UpmixerEditor::makeControl (int number, bool knob)
     const auto* info = getProcessorBase().getParameterTable().info (number);
     jassert (info != nullptr);
     KaJuceControl* control = nullptr;
-    if ((number >= ColC && number <= ColMeterPeak) || (number >= Col0LM && number <= Col4LM))
-    {
-        auto& picker = own<KaJuceColourPicker> (info->name, number);
-        picker.setLabel (info->name);
-        auto& trigger = own<KaJuceColourPickerTriggerButton> ("m_btnColour" + info->key, picker);
-        trigger.setLabel (info->name);
-        addHiddenToFrame (picker);  // over the pages when open
-        registerControl (picker);
-        return trigger;
-    }
     if (info->kind == KaParamKind::toggle)
     {
         auto& button = own<KaJuceButton> (info->name, number);
@@ -308,23 +296,22 @@ void UpmixerEditor::resized()
     if (! m_owned.empty())
         m_owned.front()->setBounds (header);  // the header bar
     header.reduce (margin, 9);
-    m_readoutTitle.setBounds (header.removeFromLeft (150));
+    m_readoutTitle.setBounds (header.removeFromLeft (140));
     m_btnMenu.setBounds (header.removeFromRight (64));
     header.removeFromRight (12);
-    m_btnBypass.setBounds (header.removeFromRight (72));
+    m_btnBypass.setBounds (header.removeFromRight (68));
     header.removeFromRight (12);
-    for (auto* b : { &m_btnAtoB, &m_btnAB, &m_btnRedo, &m_btnUndo })
-    {
-        b->setBounds (header.removeFromRight (58));
-        header.removeFromRight (6);
-    }
-    header.removeFromRight (12);
-    m_btnPresetPrev.setBounds (header.removeFromLeft (30));
-    header.removeFromLeft (4);
-    m_btnPresetNext.setBounds (header.removeFromRight (30));
+    m_btnAtoB.setBounds (header.removeFromRight (54));
     header.removeFromRight (4);
-    m_readoutPreset.setBounds (header);
+    m_btnAB.setBounds (header.removeFromRight (54));
+    header.removeFromRight (12);
+    m_btnRedo.setBounds (header.removeFromRight (54));
+    header.removeFromRight (4);
+    m_btnUndo.setBounds (header.removeFromRight (54));
+    header.removeFromRight (16);
+    m_presetBar.setBounds (header);
 
+    m_settings.setBounds (getLocalBounds());
     m_readoutStatus.setBounds (area.removeFromBottom (statusHeight).reduced (margin, 3));
     auto tabs = area.removeFromTop (tabHeight).reduced (margin, 3);
     for (auto* tab : m_tabs)
@@ -360,14 +347,23 @@ void UpmixerEditor::showParameterChange (const juce::String& text, int)
     m_readoutStatus.setLabel (text);
 }
 
+void UpmixerEditor::addMainMenuItems (KaJuceMenuPopUp& menu)
+{
+    menu.addItem ("Settings...", true, false, [this] { showSettings (true); });
+    KaJuceEditorBase::addMainMenuItems (menu);
+}
+
 void UpmixerEditor::updateOtherState()
 {
-    const auto& preset = getProcessorBase().getCurrentPreset();
-    auto name = preset.isSet() ? preset.getName() : juce::String ("No preset");
-    if (getProcessorBase().isComparingB())
-        name << "   [B]";
-    if (name != m_readoutPreset.getLabel())
-        m_readoutPreset.setLabel (name);
+    auto& processor = getProcessorBase();
+    m_presetBar.update();
+    if (m_settings.isShowing())
+        m_settings.update();
+    m_btnAB.setComparingB (processor.isComparingB());
+    // Not while pressed: a button disabled mid-click would never see its release.
+    for (auto [button, enabled] : { std::pair { &m_btnUndo, processor.canUndo() }, std::pair { &m_btnRedo, processor.canRedo() } })
+        if (! button->isInGesture() && button->isEnabled() != enabled)
+            button->setEnabled (enabled);
 }
 
 bool UpmixerEditor::keyPressed (const juce::KeyPress& key)

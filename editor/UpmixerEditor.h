@@ -1,23 +1,25 @@
 #pragma once
 
+#include "editor/KaJuceABButton.h"
 #include "editor/KaJuceButton.h"
-#include "editor/KaJuceColourPicker.h"
 #include "editor/KaJuceControlGroup.h"
 #include "editor/KaJuceDragControl.h"
 #include "editor/KaJuceEditorBase.h"
 #include "editor/KaJuceGridComponent.h"
+#include "editor/KaJucePresetBar.h"
 #include "editor/KaJuceSelectorControl.h"
 #include "editor/UpmixerDialogueActivity.h"
 #include "editor/UpmixerListenPanel.h"
 #include "editor/UpmixerSurroundField.h"
 #include "editor/UpmixerCentreLfePage.h"
 #include "editor/UpmixerIOPage.h"
+#include "editor/UpmixerSettingsPopUp.h"
 
 class UpmixerProcessor;
 
-/** Orrin Upmix's editor: a header with presets, undo and redo, A/B and bypass; pages of panels
-    (Main, Centre & LFE, I/O, Colours) that reach the host parameters with the control toolkit;
-    and the status line that announces each change. */
+/** Orrin Upmix's editor: a header with the preset bar, undo and redo, A/B, bypass and the main
+    menu; pages of panels (Main, Centre & LFE, I/O) that reach the host parameters with the
+    control toolkit; the settings pop-up; and the status line that announces each change. */
 class UpmixerEditor : public KaJuceEditorBase
 {
 public:
@@ -32,7 +34,7 @@ public:
 
     /** The control bound to a parameter (the first), or null. */
     KaJuceControl* findControl (int number) const;
-    /** Shows one page: 0 Main, 1 Centre & LFE, 2 I/O, 3 Colours. */
+    /** Shows one page: 0 Main, 1 Centre & LFE, 2 I/O. */
     void showPage (int page);
     int getNumPages() const noexcept { return (int) m_pages.size(); }
     juce::String getPageName (int page) const { return m_tabs[(size_t) juce::jlimit (0, getNumPages() - 1, page)]->getName(); }
@@ -42,6 +44,14 @@ public:
     UpmixerListenPanel& getListenPanel() noexcept { return *m_listen; }
     UpmixerCentreLfePage& getCentreLfePage() noexcept { return *m_centrePage; }
     UpmixerIOPage& getIOPage() noexcept { return *m_ioPage; }
+    KaJucePresetBar& getPresetBar() noexcept { return m_presetBar; }
+    KaJuceButton& getUndoButton() noexcept { return m_btnUndo; }
+    KaJuceButton& getRedoButton() noexcept { return m_btnRedo; }
+    KaJuceABButton& getABButton() noexcept { return m_btnAB; }
+    KaJuceButton& getMenuButton() noexcept { return m_btnMenu; }
+    UpmixerSettingsPopUp& getSettings() noexcept { return m_settings; }
+    void showSettings (bool show) { m_settings.show (show); }
+    void addMainMenuItems (KaJuceMenuPopUp& menu) override;
 
 protected:
     void updateDisplays() override;
@@ -76,7 +86,10 @@ private:
     juce::Image m_knobStrip;
 
     KaJuceMarginReadout m_readoutTitle { "m_readoutTitle" };
-    KaJuceMarginReadout m_readoutPreset { "m_readoutPreset" };
     KaJuceMarginReadout m_readoutStatus { "m_readoutStatus" };
-    KaJuceButton m_btnPresetPrev, m_btnPresetNext, m_btnUndo, m_btnRedo, m_btnAB, m_btnAtoB, m_btnBypass, m_btnMenu;
+    KaJucePresetBar m_presetBar { *this };
+    KaJuceButton m_btnUndo, m_btnRedo;
+    KaJuceABButton m_btnAB;
+    KaJuceButton m_btnAtoB, m_btnBypass, m_btnMenu;
+    UpmixerSettingsPopUp m_settings { *this };
 };

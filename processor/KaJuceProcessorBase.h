@@ -190,6 +190,14 @@ public:
     bool stepPreset (int direction);
     /** Brings back the tracked preset's saved values. */
     bool resetToPreset();
+    /** Removes one of the user's own presets (folder "User" only; factory and default presets
+        stay). Deleting the tracked preset stops tracking it; the values heard stay. */
+    bool deletePreset (const juce::String& folder, const juce::String& file);
+    /** True when a value heard differs from the tracked preset's (the map version aside);
+        false when no preset is tracked. */
+    bool isPresetModified() const noexcept;
+    /** The tracked preset is one of the user's own: saving replaces it, deleting removes it. */
+    bool isUserPresetTracked() const noexcept;
 
     void saveDefaultPreset();
     bool hasDefaultPreset();
@@ -282,6 +290,8 @@ private:
     void runCommandControl (int number);
     void postNewerVersionWarning();
     void applyPreset (const KaPreset& preset);
+    /** A preset's saved values: a file, or the stored default (no folder, file "Default"). */
+    std::optional<KaPreset> readPreset (const juce::String& folder, const juce::String& file) const;
     void trackPreset (KaPreset preset);
     std::vector<float> getHostDefaults() const;
     bool recordPresetMove (const KaJucePresetNavUndoableAction::Place& to, int moveKind);

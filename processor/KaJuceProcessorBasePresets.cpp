@@ -6,6 +6,8 @@
 #include "processor/KaPresetLibrary.h"
 #include "processor/KaSettingsStore.h"
 
+#include <cmath>
+
 void KaJuceProcessorBase::restorePresetsAtStartup()
 {
     auto& store = KaSettingsStore::getInstance();
@@ -19,17 +21,35 @@ void KaJuceProcessorBase::restorePresetsAtStartup()
         checkParamMapVersionCompatibility();
         // A fresh program starts from the user's default too.
         m_presetSlots.reset (getHostValues());
+        // Named after the preset it was saved from, but what it holds is the default.
         const auto [folder, file] = KaDefaultPreset::presetOf (store);
-        if (file.isNotEmpty())
-            setTrackedPreset (folder, file);
-        else
-            setTrackedPreset ({}, KaPreset::defaultFileName);
+        KaPreset preset;
+        preset.folder = file.isNotEmpty() ? folder : juce::String();
+        preset.file = file.isNotEmpty() ? file : juce::String (KaPreset::defaultFileName);
+        preset.values = getHostValues();
+        trackPreset (std::move (preset));
     }
+}
+
+std::optional<KaPreset> KaJuceProcessorBase::readPreset (const juce::String& folder, const juce::String& file) const
+{
+    if (file.isEmpty())
+        return std::nullopt;
+    if (folder.isEmpty() && file == KaPreset::defaultFileName)
+    {
+        // The stored default, or the parameters' own defaults when none is stored.
+        KaPreset preset;
+        preset.values = KaDefaultPreset::load (KaSettingsStore::getInstance(), table).value_or (getHostDefaults());
+        return preset;
+    }
+    return KaPresetFile::load (KaPresetLibrary::standard().presetFile (folder, file), table);
 }
 
 void KaJuceProcessorBase::setTrackedPreset (const juce::String& folder, const juce::String& file)
 {
-    KaPreset preset;
+    // The saved values come along, so that the editor can tell whether what is heard still
+    // matches them.
+    auto preset = readPreset (folder, file).value_or (KaPreset {});
     preset.folder = folder;
     preset.file = file;
     trackPreset (std::move (preset));
@@ -74,17 +94,7 @@ bool KaJuceProcessorBase::goToPlace (const KaJucePresetNavUndoableAction::Place&
 {
     if (place.file.isNotEmpty())
     {
-        std::optional<KaPreset> preset;
-        if (place.folder.isEmpty() && place.file == KaPreset::defaultFileName)
-        {
-            // The stored default, or the parameters' own defaults when none is stored.
-            preset = KaPreset {};
-            preset->values = KaDefaultPreset::load (KaSettingsStore::getInstance(), table).value_or (getHostDefaults());
-        }
-        else
-        {
-            preset = KaPresetFile::load (KaPresetLibrary::standard().presetFile (place.folder, place.file), table);
-        }
+        const auto preset = readPreset (place.folder, place.file);
 
         // Going forward to a preset that is gone changes nothing; going back still restores the
         // values heard before, whatever became of the file.
@@ -161,6 +171,37 @@ bool KaJuceProcessorBase::stepPreset (int direction)
 bool KaJuceProcessorBase::resetToPreset()
 {
     return tracksPresetFile() && recordPresetMove (currentPlace(), KaJucePresetNavUndoableAction::moveDirect);
+}
+
+bool KaJuceProcessorBase::deletePreset (const juce::String& folder, const juce::String& file)
+{
+    if (folder != KaPresetLibrary::userFolder)
+        return false;
+    const auto target = KaPresetLibrary::standard().presetFile (folder, file);
+    if (! target.existsAsFile() || ! target.deleteFile())
+        return false;
+    if (m_currentPreset.folder == folder && m_currentPreset.file == file)
+        setTrackedPreset ({}, {});
+    return true;
+}
+
+bool KaJuceProcessorBase::isPresetModified() const noexcept
+{
+    const auto& saved = m_currentPreset.values;
+    if (! m_currentPreset.isSet() || saved.empty())
+        return false;
+    // Loading writes the map version the values were carried to, which is not the user's change.
+    const int versionNumber = KaParamMapVersion::parameterNumber (table);
+    const int count = juce::jmin ((int) saved.size(), table.getNumHostParameters());
+    for (int n = 0; n < count; ++n)
+        if (n != versionNumber && std::abs (table.get (n) - saved[(size_t) n]) > 1.0e-6f)
+            return true;
+    return false;
+}
+
+bool KaJuceProcessorBase::isUserPresetTracked() const noexcept
+{
+    return m_currentPreset.isSet() && m_currentPreset.folder == KaPresetLibrary::userFolder;
 }
 
 void KaJuceProcessorBase::saveDefaultPreset()

@@ -31,4 +31,6 @@ namespace KaPresetName
         }
         return name;
     }
+
+    juce::String keptCharacters() { return juce::String (kept) + escaped; }
 }

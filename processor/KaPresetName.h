@@ -12,4 +12,6 @@ namespace KaPresetName
 {
     juce::String encode (const juce::String& shownName);
     juce::String decode (const juce::String& diskName);
+    /** Every character a shown name keeps through encode and decode (for a name field's filter). */
+    juce::String keptCharacters();
 }

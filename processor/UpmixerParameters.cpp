@@ -79,6 +79,19 @@ namespace UpmixerParam
         }
     }
 
+    int shownColourParameter (const KaParameterTable& table, int number) noexcept
+    {
+        if (! table.isOn (LockColors))
+            return number;
+        if (number >= ColC && number <= ColMeterPeak)
+            return LockColC + (number - ColC);
+        if (number >= Split1LM && number <= Split4LM)
+            return LinkSplit1LM + (number - Split1LM);
+        if (number >= Col0LM && number <= Col4LM)
+            return LockCol0LM + (number - Col0LM);
+        return number;
+    }
+
     juce::StringArray routingChoices()
     {
         juce::StringArray texts;

@@ -62,6 +62,12 @@ namespace UpmixerParam
     /** The parameter map version this program writes. */
     inline constexpr int paramMapVersion = 3;
 
+    /** The parameter that holds what the editor shows for a colour or meter split (ColC ..
+        ColMeterPeak, Split1LM .. Split4LM, Col0LM .. Col4LM): its per-user copy while
+        LockColors is on, so a user's scheme survives other sessions and presets; any other
+        number as it is. */
+    int shownColourParameter (const KaParameterTable& table, int number) noexcept;
+
     /** Every parameter of the program, in registration order. */
     std::vector<KaParameterInfo> createParameterInfos();
 

@@ -71,6 +71,33 @@ namespace
     };
 
     void pump (int ms) { juce::MessageManager::getInstance()->runDispatchLoopUntil (ms); }
+
+    /** The pop-ups open one at a time over the Main page, "editor-<layout>-<pop-up>.png". */
+    bool shootPopUps (UpmixerEditor& editor, const juce::File& folder, const std::string& layoutName)
+    {
+        editor.showPage (0);
+        const std::pair<const char*, std::function<void (bool)>> popUps[] = {
+            { "menu", [&] (bool show) { if (show != editor.getMainMenu().isShowing()) editor.showMainMenu (&editor.getMenuButton()); } },
+            { "presets", [&] (bool show) { editor.getPresetBar().showBrowser (show); } },
+            { "save-as", [&] (bool show) { show ? editor.getPresetBar().saveAs() : editor.getPresetBar().getDialog().close(); } },
+            { "settings", [&] (bool show) { editor.showSettings (show); } },
+        };
+        for (const auto& [name, show] : popUps)
+        {
+            show (true);
+            pump (1200);
+            const auto file = folder.getChildFile ("editor-" + juce::String (layoutName) + "-" + name + ".png");
+            const bool written = XWindowGrab::writePng (XWindowGrab::grab (editor), file);
+            show (false);
+            if (! written)
+            {
+                std::cerr << "editor-screenshot: cannot write " << file.getFullPathName() << "\n";
+                return false;
+            }
+            std::cout << file.getFullPathName() << "\n";
+        }
+        return true;
+    }
 }
 
 int main (int argc, char** argv)
@@ -80,11 +107,13 @@ int main (int argc, char** argv)
     std::vector<std::string> layouts { "5.1", "7.1", "7.1.2", "7.1.4" };
     double seconds = 4.0;
     int skip = 5;
+    bool popUps = false;
     app.add_option ("--out", out, "Folder for the PNG files");
     app.add_option ("--layouts", layouts, "Output layouts: 5.1, 7.1, 7.1.2, 7.1.4")->delimiter (',');
     app.add_option ("--input", input, "Clip to play (stereo; the demo clip by default)")->check (CLI::ExistingFile);
     app.add_option ("--seconds", seconds, "Seconds of playback before the first picture")->check (CLI::Range (0.5, 60.0));
     app.add_option ("--start", skip, "Seconds into the clip where playback starts")->check (CLI::Range (0, 600));
+    app.add_flag ("--popups", popUps, "Also the main menu, the preset browser, the save-as dialog and the settings, each open over the Main page");
     CLI11_PARSE (app, argc, argv);
 
     if (juce::SystemStats::getEnvironmentVariable ("DISPLAY", {}).isEmpty())
@@ -149,6 +178,8 @@ int main (int argc, char** argv)
             }
             std::cout << file.getFullPathName() << "\n";
         }
+        if (popUps && ! shootPopUps (*editor, folder, layoutName))
+            return 1;
         base.reset();
         processor.releaseResources();
     }
