@@ -182,14 +182,12 @@ void KaJucePresetBar::NameButton::drawFace (juce::Rectangle<float> area)
     if (small == nullptr || font == nullptr)
         return;
     const auto& folder = m_folder.forRender();
-    if (folder.isNotEmpty())
-    {
-        const int w = juce::jmin (small->getTextWidth (folder), text.getWidth() / 3);
-        small->drawText (folder, text.removeFromLeft (w), juce::Justification::centredLeft, KaJuceTheme::textDim);
-        text.removeFromLeft (8);
-    }
     const auto& name = labelForRender();
     const bool modified = m_bModified.load();
+    // The folder only where the whole name still fits beside it.
+    const int folderWidth = small->getTextWidth (folder) + 8;
+    if (folder.isNotEmpty() && folderWidth + font->getTextWidth (name) + (modified ? 14 : 0) <= text.getWidth())
+        small->drawText (folder, text.removeFromLeft (folderWidth), juce::Justification::centredLeft, KaJuceTheme::textDim);
     const int nameWidth = juce::jmin (font->getTextWidth (name), text.getWidth() - (modified ? 14 : 0));
     font->drawText (name, text.removeFromLeft (nameWidth), juce::Justification::centredLeft, getTextColour());
     // The modified mark: the values heard are not the saved ones.

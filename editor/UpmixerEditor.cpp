@@ -301,13 +301,13 @@ void UpmixerEditor::resized()
     header.removeFromRight (12);
     m_btnBypass.setBounds (header.removeFromRight (68));
     header.removeFromRight (12);
-    m_btnAtoB.setBounds (header.removeFromRight (54));
+    m_btnAtoB.setBounds (header.removeFromRight (50));
     header.removeFromRight (4);
-    m_btnAB.setBounds (header.removeFromRight (54));
+    m_btnAB.setBounds (header.removeFromRight (50));
     header.removeFromRight (12);
-    m_btnRedo.setBounds (header.removeFromRight (54));
+    m_btnRedo.setBounds (header.removeFromRight (50));
     header.removeFromRight (4);
-    m_btnUndo.setBounds (header.removeFromRight (54));
+    m_btnUndo.setBounds (header.removeFromRight (50));
     header.removeFromRight (16);
     m_presetBar.setBounds (header);
 

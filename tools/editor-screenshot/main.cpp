@@ -3,6 +3,7 @@
 // "editor-<layout>-<page>.png". Run under a display, for example
 //   xvfb-run -a -s "-screen 0 1600x1000x24" build/tools/editor-screenshot/editor-screenshot --out docs/images
 #include "editor/UpmixerEditor.h"
+#include "processor/UpmixerParameters.h"
 #include "processor/UpmixerProcessor.h"
 
 #include <CLI/CLI.hpp>
@@ -72,10 +73,14 @@ namespace
 
     void pump (int ms) { juce::MessageManager::getInstance()->runDispatchLoopUntil (ms); }
 
-    /** The pop-ups open one at a time over the Main page, "editor-<layout>-<pop-up>.png". */
-    bool shootPopUps (UpmixerEditor& editor, const juce::File& folder, const std::string& layoutName)
+    /** The pop-ups open one at a time over the Main page, "editor-<layout>-<pop-up>.png", with
+        the first factory preset loaded and one value changed, so that the name and the browser
+        show a preset and its modified mark. */
+    bool shootPopUps (UpmixerEditor& editor, UpmixerProcessor& processor, const juce::File& folder, const std::string& layoutName)
     {
         editor.showPage (0);
+        processor.stepPreset (1);
+        processor.setParameterNotifyingHost (UpmixerParam::Diffusion, processor.getParameterValue (UpmixerParam::Diffusion) + 0.1f);
         const std::pair<const char*, std::function<void (bool)>> popUps[] = {
             { "menu", [&] (bool show) { if (show != editor.getMainMenu().isShowing()) editor.showMainMenu (&editor.getMenuButton()); } },
             { "presets", [&] (bool show) { editor.getPresetBar().showBrowser (show); } },
@@ -178,7 +183,7 @@ int main (int argc, char** argv)
             }
             std::cout << file.getFullPathName() << "\n";
         }
-        if (popUps && ! shootPopUps (*editor, folder, layoutName))
+        if (popUps && ! shootPopUps (*editor, processor, folder, layoutName))
             return 1;
         base.reset();
         processor.releaseResources();
