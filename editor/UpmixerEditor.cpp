@@ -13,14 +13,6 @@ namespace
     constexpr int mainLeftWidth = 300, mainRightWidth = 300;  // the Main page's side columns; the field takes the rest
     constexpr int knobFrames = 101;
 
-    std::vector<int> range (int first, int count)
-    {
-        std::vector<int> numbers;
-        for (int i = 0; i < count; ++i)
-            numbers.push_back (first + i);
-        return numbers;
-    }
-
     /** The page background: a plain container, drawn by nothing. */
     /** A page of panels. It draws nothing itself, but as a child of the frame its showing and
         hiding makes the frame rebuild what it draws. */
