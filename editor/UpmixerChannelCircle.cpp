@@ -10,7 +10,9 @@ UpmixerChannelCircle::UpmixerChannelCircle (int kind) : m_nKind (kind)
 
 void UpmixerChannelCircle::setLevelDb (float db) noexcept
 {
-    const float level = std::isfinite (db) ? juce::jlimit (0.0f, 1.0f, (db - floorDb) / -floorDb) : 0.0f;
+    db = std::isfinite (db) ? juce::jlimit (floorDb, 0.0f, db) : floorDb;
+    m_fLevelDb.store (db, std::memory_order_relaxed);
+    const float level = (db - floorDb) / -floorDb;
     if (level != m_fLevel.exchange (level, std::memory_order_relaxed))
         requestRedraw();
 }

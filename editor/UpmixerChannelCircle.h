@@ -25,6 +25,7 @@ public:
     juce::String getChannelName() const { return m_name.get(); }
     /** Message thread: the level in dB (anything below the floor shows as silence). */
     void setLevelDb (float db) noexcept;
+    float getLevelDb() const noexcept { return m_fLevelDb.load (std::memory_order_relaxed); }
     /** 0 at the floor, 1 at 0 dBFS. */
     float getLevel() const noexcept { return m_fLevel.load (std::memory_order_relaxed); }
     void setColour (juce::Colour c) noexcept { m_colour.store (c.getARGB(), std::memory_order_relaxed); }
@@ -36,5 +37,6 @@ private:
     const int m_nKind;
     KaGuiText m_name;
     std::atomic<float> m_fLevel { 0.0f };
+    std::atomic<float> m_fLevelDb { floorDb };
     std::atomic<juce::uint32> m_colour { 0xffffffff };
 };

@@ -12,6 +12,10 @@ using namespace KaChannelRouting;
 namespace
 {
     constexpr int bedSize = 46, heightSize = 40, lfeSize = 38;
+    // A block within this long means the audio runs; after it the circles fall to silence at the
+    // level meters' own release (20 dB in 1.5 s) instead of holding the last peak.
+    constexpr double audioStoppedMs = 250.0;
+    constexpr double releaseDbPerMs = 20.0 / KaJuceObserverLevelMeter::defaultReleaseSeconds / 1000.0;
 
     bool isHeight (int kind) noexcept { return kind >= kindLts; }
 
@@ -121,14 +125,19 @@ void UpmixerSurroundField::update (UpmixerProcessor& processor)
     const auto& table = processor.getParameterTable();
     const bool locked = table.isOn (LockColors);
     auto& observers = processor.getObservers();
+    const double now = juce::Time::getMillisecondCounterHiRes();
+    const double lastBlock = processor.getBlockInfo().processStartMs.load (std::memory_order_relaxed);
+    const bool live = lastBlock > 0.0 && now - lastBlock < audioStoppedMs;
+    const float fallen = m_dLastUpdateMs > 0.0 ? (float) ((now - m_dLastUpdateMs) * releaseDbPerMs) : 0.0f;
+    m_dLastUpdateMs = now;
     for (auto& circle : m_circles)
     {
         if (! circle->isVisible())
             continue;
         const int number = colourParameterOf (circle->getKind());
         circle->setColour (KaJuceColourParamUser::colourForValue (table.get (locked ? lockedColourOf (number) : number)));
-        if (auto meter = observers.getLevelMeter (UpmixerObservers::rowUpmix, hostPositionOfKind (routing, circle->getKind())))
-            circle->setLevelDb (meter->getLevelDb());
+        auto meter = observers.getLevelMeter (UpmixerObservers::rowUpmix, hostPositionOfKind (routing, circle->getKind()));
+        circle->setLevelDb (live && meter != nullptr ? meter->getLevelDb() : circle->getLevelDb() - fallen);
     }
 
     m_hazeField.update (observers, routing, outputs);

@@ -20,7 +20,8 @@ class UpmixerProcessor;
 
     update() runs in the editor's updateGui() (message thread, render lock held) while the field
     is shown: it follows the layout, reads the upmix level meters and the haze with their
-    non-blocking readers, and takes the channel colours from the colour parameters (the per-user
+    non-blocking readers (when no block has come for a quarter of a second the circles fall to
+    silence rather than hold the last peak), and takes the channel colours from the colour parameters (the per-user
     locked copies while Lock Colours is on). */
 class UpmixerSurroundField : public KaOglChildComponent, public KaJuceOglFontUser
 {
@@ -54,4 +55,5 @@ private:
     UpmixerHazeField m_hazeField;
     KaGuiText m_title;
     int m_nRouting = -1, m_nOutputs = -1;
+    double m_dLastUpdateMs = 0.0;
 };
