@@ -41,7 +41,6 @@ protected:
     void mouseMove (const juce::MouseEvent& e) override;
     void mouseExit (const juce::MouseEvent& e) override;
     void mouseUp (const juce::MouseEvent& e) override;
-    void mouseDown (const juce::MouseEvent&) override {}
 
 private:
     struct Item

@@ -67,6 +67,8 @@ bool KaJuceTextEdit::keyPressed (const juce::KeyPress& key)
         m_bSelected.store (text.isNotEmpty());
         requestRedraw();
     }
+    else if (key == juce::KeyPress ('v', juce::ModifierKeys::commandModifier, 0))
+        edited ((selected ? juce::String() : text) + juce::SystemClipboard::getTextFromClipboard().upToFirstOccurrenceOf ("\n", false, false));
     else if (key == juce::KeyPress::backspaceKey || key == juce::KeyPress::deleteKey)
         edited (selected ? juce::String() : text.dropLastCharacters (1));
     else if (const auto c = key.getTextCharacter(); c >= ' ' && ! key.getModifiers().isCtrlDown())

@@ -6,8 +6,9 @@
 /** A single-line text field drawn with the bitmap fonts (preset names, pod names). After each
     edit the text is filtered: integer mode keeps digits, decimal mode digits and '.', both keep
     a leading '-'; a set of allowed characters drops the others; a maximum length cuts it.
-    Return confirms (onReturn), Escape drops focus (onEscape). Text set with its selection
-    (a proposed name) is replaced by the first character typed, or cleared by Backspace. */
+    Return confirms (onReturn), Escape drops focus (onEscape), Ctrl+V pastes a line. Text set
+    with its selection (a proposed name) is replaced by the first character typed or pasted, or
+    cleared by Backspace; Ctrl+A selects it all. */
 class KaJuceTextEdit : public KaJuceControlWithHelpers
 {
 public:

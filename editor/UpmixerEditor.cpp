@@ -352,6 +352,9 @@ void UpmixerEditor::updateOtherState()
     if (m_settings.isShowing())
         m_settings.update();
     m_btnAB.setComparingB (processor.isComparingB());
+    // The copy goes from the side heard to the other.
+    if (const juce::String copy = processor.isComparingB() ? "B > A" : "A > B"; copy != m_btnAtoB.getLabel())
+        m_btnAtoB.setLabel (copy);
     // Not while pressed: a button disabled mid-click would never see its release.
     for (auto [button, enabled] : { std::pair { &m_btnUndo, processor.canUndo() }, std::pair { &m_btnRedo, processor.canRedo() } })
         if (! button->isInGesture() && button->isEnabled() != enabled)

@@ -9,7 +9,9 @@
 //    "SpecificData" is kept and written again;
 //  - folders created on first run and listed in the browser's order, presets in natural
 //    order, hidden ones skipped, neighbours wrapping;
-//  - the default preset: its keys, the -1e8 and wrong-size rules, clearing, its application.
+//  - the default preset: its keys, the -1e8 and wrong-size rules, clearing, its application;
+//  - a session keeps its preset and whether it was changed from it; only the user's own presets
+//    can be deleted.
 #include "processor/KaDefaultPreset.h"
 #include "processor/KaPaths.h"
 #include "processor/KaPresetFile.h"
@@ -75,6 +77,27 @@ TEST (PresetFiles, SavedPresetLoadsBackBitForBit)
         EXPECT_EQ (bitsOf (target.getParameterValue (n)), bitsOf (source.getParameterValue (n))) << target.getParameterKey (n);
     EXPECT_EQ (target.getCurrentPreset().folder, "RoundTrip");
     EXPECT_EQ (target.getProgramName (0), "My Mix (Film)");
+}
+
+TEST (PresetFiles, ASessionKeepsItsPresetAndWhetherItWasChanged)
+{
+    ScopedPresetFolder folder ("Session");
+    UpmixerProcessor source;
+    ASSERT_TRUE (source.savePreset ("Session", "Warm"));
+    const float saved = source.getParameterValue (Divergence);
+    for (const float divergence : { saved, 0.9f })
+    {
+        source.setParameterNotifyingHost (Divergence, divergence, false);
+        EXPECT_EQ (source.isPresetModified(), divergence != saved);
+        juce::MemoryBlock state;
+        source.getStateInformation (state);
+        UpmixerProcessor restored;
+        restored.setStateInformation (state.getData(), (int) state.getSize());
+        EXPECT_EQ (restored.getCurrentPreset().getName(), "Warm");
+        EXPECT_EQ (restored.isPresetModified(), divergence != saved);
+    }
+    EXPECT_FALSE (source.deletePreset ("Session", "Warm"));
+    EXPECT_TRUE (folder.file ("Warm").existsAsFile());
 }
 
 TEST (PresetFiles, SavingRenamesACompleteFileOverTheOld)
@@ -277,6 +300,7 @@ TEST (DefaultPreset, AppliedWhenAProcessorStarts)
     EXPECT_EQ (fresh.getParameterValue (Divergence), 0.625f);
     EXPECT_EQ (fresh.getCurrentPreset().folder, "Defaults");
     EXPECT_EQ (fresh.getProgramName (0), "House Style");
+    EXPECT_FALSE (fresh.isPresetModified());  // what it holds is the default, not the file
     fresh.setCurrentProgram (9);
     EXPECT_EQ (fresh.getParameterValue (Divergence), 0.625f);
 
