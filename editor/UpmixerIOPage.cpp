@@ -10,7 +10,7 @@ namespace Routing_ = KaChannelRouting;
 namespace
 {
     constexpr int margin = 10, stripGap = 4, scaleWidth = 26, panelPad = 8, panelTitle = 22;
-    constexpr int maxStripWidth = 96;
+    constexpr int maxStripWidth = 112;
     constexpr int bottomRowHeight = 178, routingWidth = 330, multiInputWidth = 300;
     constexpr int correlationRow = 13, correlationGap = 2;
     juce::String layoutName (int outputs)
@@ -73,6 +73,7 @@ UpmixerIOPage::UpmixerIOPage (KaJuceEditorBase& editor, UpmixerProcessor& proces
         return panel;
     };
     m_panelRouting = grid ("Routing", { Routing, MixType, AmbisonicFormat, TimecodeFramerate, AudioThru });
+    m_selRouting = dynamic_cast<KaJuceSelectorControl*> (m_panelRouting->getChildComponent (0));
     m_panelMultiInput = grid ("Multi-input", { InputMixType, ExcludeC, ExcludeLfe, ExcludeLfeGain, SwitchedMultiInputFadeAlgo });
 
     m_btnCorrelation.setLabelFontSize (KaJuceTheme::smallText);
@@ -165,7 +166,6 @@ void UpmixerIOPage::applyLayout (const Layout& l)
             UpmixerStripBinding::showOutput (strip, table, l.routing, p);
     }
 
-    m_panelSources.setTitle ("Sources  " + juce::String (l.sources) + (l.sources == 1 ? " channel" : " channels"));
     m_panelOutputs.setTitle ("Outputs  " + layoutName (l.outputs));
 
     // Correlation: the source pair, the downmix and the speaker pairs the layout has.
@@ -199,6 +199,40 @@ void UpmixerIOPage::applyLayout (const Layout& l)
     resized();
 }
 
+void UpmixerIOPage::listRoutings (int outputs, int choice)
+{
+    m_nListedRoutingWidth = outputs;
+    m_nListedRoutingChoice = choice;
+    if (m_selRouting == nullptr)
+        return;
+    // Several numbers give the same order at a width: each order is listed once, under the
+    // number the parameter holds when it is one of them.
+    const int width = outputs <= 6 ? 6 : outputs <= 8 ? 8 : outputs <= 10 ? 10 : 12;
+    juce::StringArray items;
+    std::vector<float> values;
+    for (int r = 0; r < Routing_::numRoutings; ++r)
+        if (Routing_::isAllowedForWidth (r, width) && Routing_::rowSize (r) > 0)
+        {
+            juce::StringArray names;
+            for (int p = 0; p < juce::jmin (width, Routing_::rowSize (r)); ++p)
+                names.add (Routing_::channelName (r, p));
+            const auto text = names.joinIntoString (" ");
+            if (const int twin = items.indexOf (text); twin >= 0)
+            {
+                if (r == choice)
+                    values[(size_t) twin] = KaParameterTable::valueOfChoice (r);
+                continue;
+            }
+            items.add (text);
+            values.push_back (KaParameterTable::valueOfChoice (r));
+        }
+    items.add ("Host order");
+    values.push_back (KaParameterTable::valueOfChoice (Routing_::routingFromHost));
+    items.add ("Default");
+    values.push_back (KaParameterTable::valueOfChoice (100));
+    m_selRouting->setItems (items, std::move (values));
+}
+
 std::vector<KaJuceCorrelationDisplay*> UpmixerIOPage::getShownCorrelations() const { return m_shownCorrelations; }
 
 void UpmixerIOPage::updateStyles()
@@ -217,6 +251,8 @@ void UpmixerIOPage::update (bool pageShown)
 {
     if (const auto now = currentLayout(); ! (now == m_layout))
         applyLayout (now);
+    if (const int choice = m_upmixer.getParameterTable().getChoice (Routing); choice != m_nListedRoutingChoice || m_nOutputs != m_nListedRoutingWidth)
+        listRoutings (m_nOutputs, choice);
     if (! pageShown)
         return;
     updateStyles();

@@ -3,6 +3,7 @@
 #include "editor/KaJuceCorrelationDisplay.h"
 #include "editor/KaJuceEditorBase.h"
 #include "editor/KaJuceGridComponent.h"
+#include "editor/KaJuceSelectorControl.h"
 #include "editor/UpmixerChannelStrip.h"
 
 #include <functional>
@@ -62,6 +63,9 @@ private:
     void updateStyles();
     void updateMeters();
     UpmixerChannelStrip& addStrip (KaJuceOglGridComponent& panel, const juce::String& name);
+    /** The Routing selector lists only the orders the output width allows, and the two
+        automatic choices (its full list of 101 would not fit the editor). */
+    void listRoutings (int outputs, int choice);
 
     KaJuceEditorBase& m_editor;
     UpmixerProcessor& m_upmixer;
@@ -73,6 +77,8 @@ private:
     std::vector<std::unique_ptr<UpmixerChannelStrip>> m_sources, m_outputs, m_downmix;
 
     std::unique_ptr<KaJuceOglGridComponent> m_panelRouting, m_panelMultiInput;
+    KaJuceSelectorControl* m_selRouting = nullptr;
+    int m_nListedRoutingWidth = -1, m_nListedRoutingChoice = -1;
     KaJuceOglGridComponent m_panelCorrelation { "Correlation", 1, 0 };
     KaJuceButton m_btnCorrelation;
     KaJuceMarginReadout m_readoutCorrelationHint { "m_readoutCorrelationHint" };
