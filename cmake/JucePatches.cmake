@@ -28,6 +28,35 @@ function(orrin_patch_vst3_wrapper target)
     target_include_directories(${target} BEFORE PRIVATE "${patchedRoot}")
 endfunction()
 
+# JUCE 7.0.5's LV2 wrapper resizes its audio buffer to each block keeping the old content, which
+# reallocates on the audio thread whenever a block is longer than the one before (hosts vary
+# block sizes, at loop points and automation splits). The LV2 target compiles a copy that resizes
+# without keeping the content (the inputs are copied in right after), which never reallocates
+# within the prepared size. The wrapper's translation unit includes everything else by include
+# path, so the copy can live anywhere.
+function(orrin_patch_lv2_wrapper)
+    set(original "${JUCE_MODULES_DIR}/juce_audio_plugin_client/LV2/juce_LV2_Client.cpp")
+    set(patched "${CMAKE_BINARY_DIR}/juce-patched/juce_LV2_Client.cpp")
+    file(READ "${original}" text)
+    string(REPLACE "audio.setSize (audio.getNumChannels(), static_cast<int> (numSteps), true, false, true);"
+                   "audio.setSize (audio.getNumChannels(), static_cast<int> (numSteps), false, false, true);" fixed "${text}")
+    if(fixed STREQUAL text)
+        message(STATUS "juce_LV2_Client.cpp: nothing to patch")
+        return()
+    endif()
+    set(current "")
+    if(EXISTS "${patched}")
+        file(READ "${patched}" current)
+    endif()
+    if(NOT current STREQUAL fixed)
+        file(WRITE "${patched}" "${fixed}")
+    endif()
+    set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${original}")
+    get_target_property(sources juce_audio_plugin_client_LV2 INTERFACE_SOURCES)
+    list(TRANSFORM sources REPLACE ".*/juce_audio_plugin_client_LV2\\.cpp$" "${patched}")
+    set_target_properties(juce_audio_plugin_client_LV2 PROPERTIES INTERFACE_SOURCES "${sources}")
+endfunction()
+
 # JUCE's module sources are compiled inside our targets, under our warning flags, and GCC 12 finds
 # false alarms in them (a dangling-pointer warning on every ListenerList, format checks in the
 # bundled LV2 libraries): a hundred lines of noise in every clean build that would bury a real

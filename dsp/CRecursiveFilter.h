@@ -49,6 +49,14 @@ public:
             samples[n] = process (samples[n]);
     }
 
+    /** Audio or preparing thread, no allocation: forgets the history (coefficients stay). */
+    void reset() noexcept
+    {
+        std::fill (std::begin (inputHistory), std::end (inputHistory), T (0));
+        std::fill (std::begin (outputHistory), std::end (outputHistory), T (0));
+        historyIndex = 0;
+    }
+
     /** Audio thread, no allocation: writes b[index] (0 <= index < 31). */
     void setFeedForward (int index, T value) noexcept { feedForward[std::clamp (index, 0, maxCoefficients - 1)] = value; }
 

@@ -106,6 +106,16 @@ void UpmixerAlgo::prepare (UpmixerAlgoInterface* newHost, float newSampleRate)
     auxLowPass.setParameters (200.0f, 1.0f, sampleRate, 1.0f);
     centreLowShelf.setParameters (200.0f, 1.0f, sampleRate, 1.0f);
 
+    // A new start: nothing of what played before preparing may ring on.
+    for (auto* filter : std::initializer_list<CRecursiveFilter<float>*> { &diffuseLowPass, &sideAllPassL, &sideAllPassR, &backAllPassL,
+                                                                         &backAllPassR, &centreLowShelf, &auxLowPass })
+        filter->reset();
+    for (auto* filters : { surroundShelf.data(), overheadShelf.data() })
+        for (size_t i = 0; i < surroundShelf.size(); ++i)
+            filters[i].reset();
+    for (auto& lowPass : lfeLowPass)
+        lowPass.reset();
+
     multiInputStage.prepare (getLatencySamples());
     m_bMultiInputRunning = false;
 

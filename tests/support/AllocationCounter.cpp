@@ -1,6 +1,7 @@
 #include "support/AllocationCounter.h"
 
 #include <pthread.h>
+#include <execinfo.h>
 
 #include <cerrno>
 #include <cstdlib>
@@ -52,12 +53,29 @@ namespace
         if (outsideOnly && address >= &__executable_start && address < &etext)
             return;
         ++allocationCount;
+        if (std::getenv ("ORRIN_ALLOC_TRACE") != nullptr)
+        {
+            counting = false;
+            void* frames[24];
+            backtrace_symbols_fd (frames, backtrace (frames, 24), 2);
+            counting = true;
+        }
     }
 
-    inline void noteLock() noexcept
+    inline void noteLock (const void* caller) noexcept
     {
-        if (counting)
+        const auto* address = static_cast<const char*> (caller);
+        if (counting && ! (outsideOnly && address >= &__executable_start && address < &etext))
+        {
             ++lockCount;
+            if (std::getenv ("ORRIN_LOCK_TRACE") != nullptr)
+            {
+                counting = false;
+                void* frames[24];
+                backtrace_symbols_fd (frames, backtrace (frames, 24), 2);
+                counting = true;
+            }
+        }
     }
 
     void* allocate (std::size_t size, const void* caller)
@@ -112,9 +130,9 @@ extern "C"
 // Blocking lock calls, counted on the same terms, handed on to glibc's own entry points.
 extern "C"
 {
-    int pthread_mutex_lock (pthread_mutex_t* mutex) { noteLock(); return glibcMutexLock (mutex); }
-    int pthread_rwlock_rdlock (pthread_rwlock_t* lock) { noteLock(); return glibcReadLock (lock); }
-    int pthread_rwlock_wrlock (pthread_rwlock_t* lock) { noteLock(); return glibcWriteLock (lock); }
+    int pthread_mutex_lock (pthread_mutex_t* mutex) { noteLock (__builtin_return_address (0)); return glibcMutexLock (mutex); }
+    int pthread_rwlock_rdlock (pthread_rwlock_t* lock) { noteLock (__builtin_return_address (0)); return glibcReadLock (lock); }
+    int pthread_rwlock_wrlock (pthread_rwlock_t* lock) { noteLock (__builtin_return_address (0)); return glibcWriteLock (lock); }
 }
 #endif
 

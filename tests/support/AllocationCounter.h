@@ -7,7 +7,8 @@
     program replaces the global operator new, C's malloc, calloc, realloc and the aligned
     allocators, and pthread_mutex_lock and the read-write locks (std::mutex and JUCE's
     CriticalSection lock through them; their try-locks are not counted), for itself and for every
-    library it loads (a plug-in too). */
+    library it loads (a plug-in too). With ORRIN_ALLOC_TRACE or ORRIN_LOCK_TRACE set in the
+    environment, each counted call prints its stack to stderr (addr2line names the frames). */
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
     #define ORRIN_SANITIZER_BUILD 1
 #elif defined(__has_feature)
