@@ -266,8 +266,16 @@ void KaJucePresetBrowser::mouseExit (const juce::MouseEvent& e)
 
 void KaJucePresetBrowser::mouseUp (const juce::MouseEvent& e)
 {
-    if (! e.mouseWasDraggedSinceMouseDown())
+    // The second click of a double click closes instead of loading again.
+    if (! e.mouseWasDraggedSinceMouseDown() && e.getNumberOfClicks() == 1)
         loadRow (rowAt (e.getPosition()));
+}
+
+void KaJucePresetBrowser::mouseDoubleClick (const juce::MouseEvent& e)
+{
+    // The first click of the two has loaded the preset.
+    if (rowAt (e.getPosition()) >= 0)
+        hide();
 }
 
 void KaJucePresetBrowser::mouseWheelMove (const juce::MouseEvent&, const juce::MouseWheelDetails& wheel)

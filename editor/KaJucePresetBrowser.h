@@ -9,9 +9,9 @@
     ("User", "Installed", "Default", then any others), the folder's presets with the tracked one
     marked, and the actions on the tracked preset (reset to its saved values, set as the user's
     default, clear that default, delete). A click on a row loads it and leaves the browser open,
-    so presets can be auditioned one after another; the wheel or Up and Down scroll; Escape or a
-    click outside closes it. The "Default" folder starts with the stored default (the
-    parameters' own defaults when none is stored).
+    so presets can be auditioned one after another (a double click loads and closes); the wheel
+    or Up and Down scroll; Escape or a click outside closes it. The "Default" folder starts with
+    the stored default (the parameters' own defaults when none is stored).
 
     Reads the preset folders from the disk when it opens and after a change (message thread);
     everything else goes through the processor's preset calls. */
@@ -69,6 +69,7 @@ protected:
     void mouseMove (const juce::MouseEvent& e) override;
     void mouseExit (const juce::MouseEvent& e) override;
     void mouseUp (const juce::MouseEvent& e) override;
+    void mouseDoubleClick (const juce::MouseEvent& e) override;
     void mouseWheelMove (const juce::MouseEvent& e, const juce::MouseWheelDetails& wheel) override;
 
 private:
