@@ -23,6 +23,8 @@ KaJucePresetBar::KaJucePresetBar (KaJuceEditorBase& editor)
       m_btnPresetNext ("m_btnPresetNext", transientNumber (m_processor, "PresetNext"), KaJuceButton::Mode::push),
       m_browser (m_processor)
 {
+    m_announcedFolder = m_processor.getCurrentPreset().folder;
+    m_announcedFile = m_processor.getCurrentPreset().file;
     setName ("m_presetBar");
     setInterceptsMouseClicks (false, true);
     m_btnPresetPrev.setLabel (juce::String::charToString ((juce::juce_wchar) 0x25C0));
@@ -70,6 +72,8 @@ void KaJucePresetBar::resized()
 void KaJucePresetBar::update()
 {
     const auto& preset = m_processor.getCurrentPreset();
+    if (preset.folder != m_announcedFolder || preset.file != m_announcedFile)
+        message (preset.isSet() ? "Preset: " + preset.getName() : juce::String ("No preset"));
     const auto folder = preset.isStoredDefault() ? juce::String (KaPresetLibrary::defaultFolder) : KaPresetName::decode (preset.folder);
     m_btnPresetName.setPreset (preset.isSet() ? folder : juce::String(), preset.isSet() ? preset.getName() : juce::String ("No preset"),
                                m_processor.isPresetModified());
@@ -141,8 +145,11 @@ void KaJucePresetBar::requestDelete (const juce::String& folder, const juce::Str
     });
 }
 
-void KaJucePresetBar::message (const juce::String& text) const
+void KaJucePresetBar::message (const juce::String& text)
 {
+    // Whatever the action did to the tracked preset has now been told.
+    m_announcedFolder = m_processor.getCurrentPreset().folder;
+    m_announcedFile = m_processor.getCurrentPreset().file;
     if (onMessage)
         onMessage (text);
 }

@@ -37,7 +37,8 @@ public:
     KaJucePresetBrowser& getBrowser() noexcept { return m_browser; }
     KaJucePresetDialog& getDialog() noexcept { return m_dialog; }
 
-    /** What happened, for the editor's status line. */
+    /** What happened, for the editor's status line: the bar's own actions, and a preset that
+        came from elsewhere (previous, next, undo). */
     std::function<void (const juce::String&)> onMessage;
 
     void render (double) override {}
@@ -62,10 +63,11 @@ private:
 
     void requestDelete (const juce::String& folder, const juce::String& file, const juce::String& name);
     void saveAsUserPreset (const juce::String& name);
-    void message (const juce::String& text) const;
+    void message (const juce::String& text);
 
     KaJuceEditorBase& m_editor;
     KaJuceProcessorBase& m_processor;
+    juce::String m_announcedFolder, m_announcedFile;  // the preset the status line last spoke of
     KaJuceButton m_btnPresetPrev, m_btnPresetNext;
     NameButton m_btnPresetName;
     KaJuceButton m_btnSave { "m_btnPresetSave", KaJuceControl::noParameter, KaJuceButton::Mode::push };

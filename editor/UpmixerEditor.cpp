@@ -68,7 +68,12 @@ UpmixerEditor::UpmixerEditor (UpmixerProcessor& processor)
         registerControl (*c);
     }
     addToFrame (m_presetBar);
-    m_presetBar.onMessage = [this] (const juce::String& text) { m_readoutStatus.setLabel (text); };
+    m_presetBar.onMessage = [this] (const juce::String& text)
+    {
+        // Said instead of the last value the preset changed, which would be announced next.
+        getProcessorBase().takeLastChangedParameter();
+        m_readoutStatus.setLabel (text);
+    };
     m_btnBypass.setAccentColour (KaJuceTheme::warning);
     m_btnMenu.onClick = [this] { showMainMenu (&m_btnMenu); };
 

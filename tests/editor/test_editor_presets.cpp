@@ -85,6 +85,7 @@ TEST (EditorPresets, SaveAsBrowseModifiedMarkLoadSaveAndDelete)
     EXPECT_FLOAT_EQ (processor.getParameterValue (Divergence), 0.8f);
     EXPECT_FLOAT_EQ (divergence.getValue(), 0.8f);
     EXPECT_EQ (bar.getShownName(), "WarmRoom");
+    EXPECT_EQ (editor.getStatusText(), "Loaded WarmRoom");  // not the last value the load changed
 
     // Save goes over the user preset without asking; the mark clears.
     divergence.setValue (0.3f, true);
@@ -106,6 +107,11 @@ TEST (EditorPresets, SaveAsBrowseModifiedMarkLoadSaveAndDelete)
     click (browser, browser.getRowBounds (browser.getRowNames().indexOf ("WarmRoom")).getCentre());
     tick();
     EXPECT_FLOAT_EQ (processor.getParameterValue (Divergence), 0.3f);
+    processor.undo();  // a load from elsewhere is told too
+    tick();
+    EXPECT_TRUE (editor.getStatusText().startsWith ("Preset: ")) << editor.getStatusText();
+    processor.redo();
+    tick();
 
     // Delete asks inside the editor first.
     ASSERT_TRUE (browser.getDeleteButton().isEnabled());
