@@ -55,88 +55,54 @@ namespace
     };
 }
 
-// Level ballistics ---------------------------------------------------------------------------------
-
-TEST (AnalysisLevelMeter, InstantAttackTwentyDbFallInOnePointFiveSecondsAndClear)
+TEST (AnalysisLevelMeter, Ballistics)
 {
+    // In turn: a release time in seconds to set (none where negative), the milliseconds that
+    // pass, the peak of a block that arrives (none where negative), and the reading then.
+    struct Step
+    {
+        float release;
+        int ms;
+        float block, readingDb;
+    };
+    const float half = 20.0f * std::log10 (0.5f);
+    std::vector<Step> steps = { { -1.0f, 0, 1.0f, 0.0f } };
+    for (int i = 1; i <= 50; ++i)  // silence polled every 30 ms (a display's refresh): 20 dB in 1.5 s
+        steps.push_back ({ -1.0f, 30, 0.0f, -20.0f * (float) i * 0.03f / 1.5f });
+    steps.insert (steps.end(), {
+        { -1.0f, 0, -1.0f, -20.0f },         // no time has passed since the last reading
+        { -1.0f, 30, 0.5f, half },           // a louder block rises at once
+        { -1.0f, 750, -1.0f, half },         // no block (a host that stopped calling): the last peak stands
+        { -1.0f, 750, 0.0f, half - 10.0f },  // a block of silence lets it fall
+        { 0.0f, 0, 1.0f, 0.0f },             // instant release: the display is each reading's peak
+        { -1.0f, 1, 0.1f, -20.0f },
+        { 1.0e6f, 0, 1.0f, 0.0f },           // hold for ever
+        { -1.0f, 3'600'000, 0.01f, 0.0f },
+        { 3.0f, 1500, -1.0f, -10.0f },       // 20 dB in 3 s
+    });
+
     ManualClock clock;
     KaJuceObserverLevelMeter meter ("m", clock.function());
     meter.setSource (0);
-
-    meter.observe (constant ({ 1.0f }));
-    EXPECT_NEAR (meter.getLevelDb(), 0.0f, 1.0e-4f);
-
-    // Silence from now on, polled every 30 ms (a display's refresh) for 1.5 s.
-    const auto silence = constant ({ 0.0f });
-    for (int i = 0; i < 50; ++i)
+    for (size_t i = 0; i < steps.size(); ++i)
     {
-        clock.ms += 30;
-        meter.observe (silence);
-        const float level = meter.getLevelDb();
-        EXPECT_NEAR (level, -20.0f * (float) (i + 1) * 0.03f / 1.5f, 1.0e-3f) << "poll " << i;
+        if (steps[i].release >= 0.0f)
+            meter.setReleaseTime (steps[i].release);
+        clock.ms += steps[i].ms;
+        if (steps[i].block >= 0.0f)
+            meter.observe (constant ({ steps[i].block }));
+        EXPECT_NEAR (meter.getLevelDb(), steps[i].readingDb, 1.0e-3f) << "step " << i;
     }
-    EXPECT_NEAR (meter.getLevelDb(), -20.0f, 1.0e-3f);  // no time has passed since the last poll
 
-    // A louder block rises at once, whatever the displayed value.
-    meter.observe (constant ({ 0.5f }));
-    clock.ms += 30;
-    EXPECT_NEAR (meter.getLevelDb(), 20.0f * std::log10 (0.5f), 1.0e-3f);
-
+    meter.setOffsetDb (6.0f);
+    EXPECT_NEAR (meter.getLastPeakDb(), 20.0f * std::log10 (0.01f) + 6.0f, 1.0e-3f);
     // clear() drops the display far below any display's range, still falling from the floor.
+    meter.setOffsetDb (0.0f);
     meter.clear();
     EXPECT_EQ (meter.getLastPeakDb(), KaDecibels::silenceDb);
     clock.ms += 30;
     EXPECT_LT (meter.getLevelDb(), -999.0f);
 }
-
-TEST (AnalysisLevelMeter, ReleaseTimesAndOffset)
-{
-    ManualClock clock;
-    KaJuceObserverLevelMeter meter ("m", clock.function());
-    meter.setSource (0);
-
-    meter.setReleaseTime (0.0f);  // instant: the display is the peak of each reading
-    meter.observe (constant ({ 1.0f }));
-    meter.getLevelDb();
-    meter.observe (constant ({ 0.1f }));
-    clock.ms += 1;
-    EXPECT_NEAR (meter.getLevelDb(), -20.0f, 1.0e-3f);
-
-    meter.setReleaseTime (1.0e6f);  // hold for ever
-    meter.observe (constant ({ 1.0f }));
-    meter.getLevelDb();
-    clock.ms += 3'600'000;
-    meter.observe (constant ({ 0.01f }));
-    EXPECT_NEAR (meter.getLevelDb(), 0.0f, 1.0e-3f);
-
-    meter.setReleaseTime (3.0f);  // 20 dB in 3 s
-    clock.ms += 1500;
-    EXPECT_NEAR (meter.getLevelDb(), -10.0f, 1.0e-3f);
-
-    meter.setOffsetDb (6.0f);
-    EXPECT_NEAR (meter.getLastPeakDb(), 20.0f * std::log10 (0.01f) + 6.0f, 1.0e-3f);
-}
-
-TEST (AnalysisLevelMeter, ReadingWithoutANewBlockKeepsTheLastPeak)
-{
-    ManualClock clock;
-    KaJuceObserverLevelMeter meter ("m", clock.function());
-    meter.setSource (0);
-    meter.observe (constant ({ 0.5f }));
-    meter.getLevelDb();
-    clock.ms += 750;
-    // No block arrived (a host that stopped calling): the last peak stands instead of silence,
-    // so the display holds rather than falling.
-    EXPECT_NEAR (meter.getLevelDb(), 20.0f * std::log10 (0.5f), 1.0e-4f);
-    EXPECT_NEAR (meter.getLastPeakDb(), 20.0f * std::log10 (0.5f), 1.0e-4f);
-
-    // A block of silence does let it fall: 10 dB in 750 ms.
-    meter.observe (constant ({ 0.0f }));
-    clock.ms += 750;
-    EXPECT_NEAR (meter.getLevelDb(), 20.0f * std::log10 (0.5f) - 10.0f, 1.0e-3f);
-}
-
-// Level sources --------------------------------------------------------------------------------------
 
 TEST (AnalysisLevelMeter, SourcesSelectTheSignal)
 {
@@ -176,8 +142,6 @@ TEST (AnalysisLevelMeter, SourcesSelectTheSignal)
     EXPECT_EQ (meter.getLastPeakDb(), KaDecibels::silenceDb - 3.0f);
 }
 
-// Correlation --------------------------------------------------------------------------------------
-
 TEST (AnalysisCorrelation, IdenticalInvertedAndSilentChannelsWithTheirBins)
 {
     struct Case
@@ -200,48 +164,40 @@ TEST (AnalysisCorrelation, IdenticalInvertedAndSilentChannelsWithTheirBins)
     }
 }
 
-TEST (AnalysisCorrelation, ShortBlocksUpdateNothingUntilTheWindowFills)
+TEST (AnalysisCorrelation, WindowsSpanBlocksDecayAndSmooth)
 {
+    // A block shorter than the 1024-sample window updates nothing; 24 more samples complete
+    // the window across the two blocks, the rest starts the next.
     KaJuceObserverCorrelation meter;
-    const auto block = noisePair (1000, -1.0f);
-    meter.observe (block);
+    meter.observe (noisePair (1000, -1.0f));
     EXPECT_EQ (meter.getCorrelation(), 0.0f);
     EXPECT_EQ (meter.getHistogramBin (0), 0.0f);
     EXPECT_EQ (meter.getHistogramBin (50), 0.0f);
-
-    // 24 more samples complete the window across the two blocks; the rest starts the next.
     meter.observe (noisePair (100, -1.0f, 2));
     EXPECT_NEAR (meter.getCorrelation(), -1.0f, 1.0e-5f);
     EXPECT_EQ (meter.getHistogramBin (0), 1.0f);
-}
 
-TEST (AnalysisCorrelation, HistogramDecaysAndTheDisplaySmooths)
-{
-    KaJuceObserverCorrelation meter;
-    meter.observe (noisePair (1024, 1.0f));
-    EXPECT_NEAR (meter.getSmoothedCorrelation(), 0.05f, 1.0e-5f);
-
-    // Ten windows of inverted channels, in one block: bin 99 decays, bin 0 is hit every time.
-    meter.observe (noisePair (10 * 1024, -1.0f));
-    EXPECT_NEAR (meter.getHistogramBin (99), std::pow (0.99f, 10.0f), 1.0e-5f);
-    EXPECT_EQ (meter.getHistogramBin (0), 1.0f);
-
+    // Ten windows of inverted channels in one block: bin 99 decays by 0.99 a window, bin 0 is
+    // hit every time; the display moves 5 % of the way a window.
+    KaJuceObserverCorrelation smoothing;
+    smoothing.observe (noisePair (1024, 1.0f));
+    EXPECT_NEAR (smoothing.getSmoothedCorrelation(), 0.05f, 1.0e-5f);
+    smoothing.observe (noisePair (10 * 1024, -1.0f));
+    EXPECT_NEAR (smoothing.getHistogramBin (99), std::pow (0.99f, 10.0f), 1.0e-5f);
+    EXPECT_EQ (smoothing.getHistogramBin (0), 1.0f);
     float smoothed = 0.05f;
     for (int i = 0; i < 10; ++i)
-        smoothed = 0.05f * -1.0f + 0.95f * smoothed;
-    EXPECT_NEAR (meter.getSmoothedCorrelation(), smoothed, 1.0e-5f);
-}
+        smoothed = -0.05f + 0.95f * smoothed;
+    EXPECT_NEAR (smoothing.getSmoothedCorrelation(), smoothed, 1.0e-5f);
 
-TEST (AnalysisCorrelation, NonFiniteInputReadsAsUncorrelated)
-{
-    KaJuceObserverCorrelation meter;
+    // A window with a NaN reads as uncorrelated; the next starts clean.
+    KaJuceObserverCorrelation nonFinite;
     auto block = noisePair (1024, 1.0f);
     block.setSample (0, 10, std::numeric_limits<float>::quiet_NaN());
-    meter.observe (block);
-    EXPECT_EQ (meter.getCorrelation(), 0.0f);
-    // The next window starts clean.
-    meter.observe (noisePair (1024, 1.0f, 3));
-    EXPECT_NEAR (meter.getCorrelation(), 1.0f, 1.0e-5f);
+    nonFinite.observe (block);
+    EXPECT_EQ (nonFinite.getCorrelation(), 0.0f);
+    nonFinite.observe (noisePair (1024, 1.0f, 3));
+    EXPECT_NEAR (nonFinite.getCorrelation(), 1.0f, 1.0e-5f);
 }
 
 TEST (AnalysisCorrelation, ChannelKindsAreFoundThroughTheRouting)

@@ -176,6 +176,7 @@ TEST (ProcessorBlock, CrossfadeTakesTenMillisecondsAndFollowsTheCurve)
         {
             const float x = std::min (1.0f, (float) (block * 64 / (rate * 0.01)));
             EXPECT_NEAR (trace[(size_t) (block * 64)], UpmixerMonitor::fadeCurve (x), 2.0e-3f) << rate;
+            EXPECT_NEAR (UpmixerMonitor::fadeCurve (x) + UpmixerMonitor::fadeCurve (1.0f - x), 1.0f, 1.0e-4f) << "the halves mirror each other";
         }
 
         // A new request during a fade waits for it to end.

@@ -2,7 +2,7 @@
 #include "processor/UpmixerParameters.h"
 
 #include <cmath>
-#include <limits>
+#include <algorithm>
 
 EngineRig::EngineRig (int routingIn, int numOutputs, double sampleRate, int numInputs)
     : engine (std::make_unique<UpmixerAlgo>()), routing (routingIn)
@@ -108,21 +108,16 @@ namespace EngineSignals
     bool allFinite (const juce::AudioBuffer<float>& b)
     {
         for (int ch = 0; ch < b.getNumChannels(); ++ch)
-            for (int i = 0; i < b.getNumSamples(); ++i)
-                if (! std::isfinite (b.getSample (ch, i)))
-                    return false;
+            if (! std::all_of (b.getReadPointer (ch), b.getReadPointer (ch) + b.getNumSamples(), [] (float x) { return std::isfinite (x); }))
+                return false;
         return true;
     }
 
     bool anySubnormal (const juce::AudioBuffer<float>& b)
     {
         for (int ch = 0; ch < b.getNumChannels(); ++ch)
-            for (int i = 0; i < b.getNumSamples(); ++i)
-            {
-                const float x = b.getSample (ch, i);
-                if (x != 0.0f && std::abs (x) < std::numeric_limits<float>::min())
-                    return true;
-            }
+            if (std::any_of (b.getReadPointer (ch), b.getReadPointer (ch) + b.getNumSamples(), [] (float x) { return std::fpclassify (x) == FP_SUBNORMAL; }))
+                return true;
         return false;
     }
 }
