@@ -29,17 +29,11 @@ Channels ramp (int numChannels, int numSamples, float first)
     return data;
 }
 
-std::vector<const float*> pointers (const Channels& data)
+// The channels' pointers, const or not as the channels are.
+template <typename Data>
+auto pointers (Data& data)
 {
-    std::vector<const float*> result;
-    for (auto& channel : data)
-        result.push_back (channel.data());
-    return result;
-}
-
-std::vector<float*> pointers (Channels& data)
-{
-    std::vector<float*> result;
+    std::vector<decltype (data[0].data())> result;
     for (auto& channel : data)
         result.push_back (channel.data());
     return result;
