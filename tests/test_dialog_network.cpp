@@ -207,38 +207,33 @@ TEST (DialogNetwork, ToolPathFeaturesDriveTheNetworkExactlyAsTheEnginePath)
     stage.settings = settings;
 
     const auto stems = generatedMix (3 * 48000);
-    std::vector<float> mixL (stems.speechL.size()), mixR (stems.speechL.size());
-    for (size_t i = 0; i < mixL.size(); ++i)
-    {
-        mixL[i] = stems.speechL[i] + stems.backgroundL[i];
-        mixR[i] = stems.speechR[i] + stems.backgroundR[i];
-    }
+    std::vector<float> mixL (stems.speechL), mixR (stems.speechR);
+    juce::FloatVectorOperations::add (mixL.data(), stems.backgroundL.data(), (int) mixL.size());
+    juce::FloatVectorOperations::add (mixR.data(), stems.backgroundR.data(), (int) mixR.size());
 
     // Tool path: the features dialog-train computes, run through the network, then the mask.
+    // The engine's frame steps mask the frame one hop older with the probabilities computed
+    // when it was the newest: the tool's gains from the previous frame's are compared.
     T::FeatureHistory history;
     std::vector<float> inputs ((size_t) F::numBins * F::numInputs);
-    std::array<float, F::numBins> toolMask {}, previousProbability {};
-    std::array<Complex, F::numBins> previousMid {};
+    std::array<float, F::numBins> toolMask {}, probability {};
+    std::array<Complex, F::numBins> mid {};
     int frames = 0, compared = 0, worstFrame = -1;
     double worst = 0.0;
     T::FrameRunner runner ([&] (FreqDataStore<Complex>& frame) {
+        const auto expected = T::maskGains (settings, probability.data(), toolMask);
+        const auto previousMid = mid;
         history.push (frame.getChannel (0), frame.getChannel (1));
         history.features (inputs.data());
-        std::array<float, F::numBins> probability;
         for (int k = 0; k < F::numBins; ++k)
         {
             const float y = fann_run (net, inputs.data() + k * F::numInputs)[0];
             probability[(size_t) k] = y > 0.0f ? std::min (y, 1.0f) : 0.0f;
-        }
-        std::array<Complex, F::numBins> mid;
-        for (int k = 0; k < F::numBins; ++k)
             mid[(size_t) k] = { (frame.getChannel (0)[k].re + frame.getChannel (1)[k].re) / 2.0,
                                 (frame.getChannel (0)[k].im + frame.getChannel (1)[k].im) / 2.0 };
+        }
 
-        // Engine path: the stage's frame steps on the same frame; they mask the frame one hop
-        // older with the probabilities computed when it was the newest.
-        stage.processFrame (frame);
-        const auto expected = T::maskGains (settings, previousProbability.data(), toolMask);
+        stage.processFrame (frame);  // the engine path, on the same frame
         double loudest = 0.0;
         for (const auto& m : previousMid)
             loudest = std::max (loudest, m.re * m.re + m.im * m.im);
@@ -254,8 +249,6 @@ TEST (DialogNetwork, ToolPathFeaturesDriveTheNetworkExactlyAsTheEnginePath)
                 worst = difference, worstFrame = frames;
             ++compared;
         }
-        previousProbability = probability;
-        previousMid = mid;
         ++frames;
     });
     for (size_t at = 0; at + T::hop <= mixL.size(); at += T::hop)

@@ -20,7 +20,6 @@
 
 #include <gtest/gtest.h>
 
-#include <set>
 
 using namespace StateTestSupport;
 
@@ -62,45 +61,38 @@ TEST (FactoryPresets, CommittedFilesEqualWhatTheToolWrites)
     out.deleteRecursively();
 }
 
-TEST (FactoryPresets, DesignsApplyCleanly)
+TEST (FactoryPresets, DesignsApplyCleanlyAndEveryCommittedPresetLoadsAndWasInstalled)
 {
     const auto table = makeTable();
     juce::StringArray problems;
-    const auto presets = UpmixerFactoryPresets::create (table, &problems);
+    EXPECT_GE (UpmixerFactoryPresets::create (table, &problems).size(), 8u);
     EXPECT_TRUE (problems.isEmpty()) << problems.joinIntoString ("\n");
-    EXPECT_GE (presets.size(), 8u);
 
-    std::set<juce::String> names;
-    for (const auto& p : presets)
-    {
-        EXPECT_TRUE (names.insert (p.getName()).second) << p.getName();
-        EXPECT_EQ (p.folder, "Installed");
-        int changed = 0;
-        for (int n = 0; n < table.getNumHostParameters(); ++n)
-            changed += p.values[(size_t) n] != table.getDefault (n) ? 1 : 0;
-        EXPECT_GE (changed, 3) << p.getName();
-    }
-}
-
-TEST (FactoryPresets, EveryCommittedPresetSuppliesEveryValueAndLoads)
-{
-    const auto table = makeTable();
+    // Each supplies every value, is off the defaults, and loads bit for bit, named after its
+    // file; a processor's first run has installed it.
     ScopedPresetFolder folder ("FactoryCheck");
+    const auto installed = KaPaths::presetRoot().getChildFile ("Installed");
     for (const auto& file : presetFilesIn (committed))
     {
         const auto preset = KaPresetFile::load (file, table);
         ASSERT_TRUE (preset.has_value()) << file.getFileName();
-        for (int n = 0; n < table.getNumHostParameters(); ++n)
-            EXPECT_TRUE (preset->suppliedValue (n)) << file.getFileName() << " " << table.info (n)->key;
-
         const auto copy = folder.dir.getChildFile (file.getFileName());
         file.copyFileTo (copy);
         UpmixerProcessor p;
         ASSERT_TRUE (p.loadPresetFile (copy)) << file.getFileName();
+        int changed = 0;
         for (int n = 0; n < table.getNumHostParameters(); ++n)
+        {
+            EXPECT_TRUE (preset->suppliedValue (n)) << file.getFileName() << " " << table.info (n)->key;
             EXPECT_EQ (bitsOf (p.getParameterValue (n)), bitsOf (preset->values[(size_t) n])) << file.getFileName() << " " << table.info (n)->key;
+            changed += preset->values[(size_t) n] != table.getDefault (n) ? 1 : 0;
+        }
+        EXPECT_GE (changed, 3) << file.getFileName();
         EXPECT_EQ (p.getProgramName (0), KaPresetName::decode (file.getFileNameWithoutExtension()));
+        EXPECT_TRUE (installed.getChildFile (file.getFileName()).hasIdenticalContentTo (file)) << file.getFileName();
     }
+    for (const auto* name : { "User", "Installed", "Default" })
+        EXPECT_TRUE (KaPaths::presetRoot().getChildFile (name).isDirectory()) << name;
 }
 
 TEST (FactoryPresets, InstalledOnceWithoutOverwritingTheUsersFiles)
@@ -130,16 +122,6 @@ TEST (FactoryPresets, InstalledOnceWithoutOverwritingTheUsersFiles)
     EXPECT_TRUE (deleted.existsAsFile());
     EXPECT_EQ (users.loadFileAsString(), "my own tweaks");
     dir.deleteRecursively();
-}
-
-TEST (FactoryPresets, AProcessorsFirstRunInstalledThem)
-{
-    UpmixerProcessor p;
-    const auto installed = KaPaths::presetRoot().getChildFile ("Installed");
-    for (const auto* folder : { "User", "Installed", "Default" })
-        EXPECT_TRUE (KaPaths::presetRoot().getChildFile (folder).isDirectory()) << folder;
-    for (const auto& file : presetFilesIn (committed))
-        EXPECT_TRUE (installed.getChildFile (file.getFileName()).hasIdenticalContentTo (file)) << file.getFileName();
 }
 
 TEST (FactoryPresets, CommandLinePresetComesBeforeSettings)
