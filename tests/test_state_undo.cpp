@@ -118,12 +118,8 @@ TEST (Undo, ActionsOfAVanishedProcessorFail)
     EXPECT_EQ (p->getCurrentProgram(), 0);
 
     p.reset();
-    EXPECT_FALSE (change.perform());
-    EXPECT_FALSE (change.undo());
-    EXPECT_FALSE (swap.perform());
-    EXPECT_FALSE (swap.undo());
-    EXPECT_FALSE (move.perform());
-    EXPECT_FALSE (move.undo());
+    for (juce::UndoableAction* action : std::initializer_list<juce::UndoableAction*> { &change, &swap, &move })
+        EXPECT_FALSE (action->perform() || action->undo());
 }
 
 TEST (Undo, ABSwapsTwoCompleteSettingsAndAtoBCopies)
