@@ -116,7 +116,7 @@ void KaOglComponent::unregisterTexture (KaOglComponentTexture* texture)
 int KaOglComponent::getNumTextures() const
 {
     const juce::ScopedLock lock (m_textureLock);
-    return m_textures.size();
+    return (int) std::count_if (m_textures.begin(), m_textures.end(), [] (const auto* t) { return t->getTextureName() != 0; });
 }
 
 KaJuceOglFont& KaOglComponent::getFont (int pixelSize) const noexcept
@@ -212,8 +212,8 @@ void KaOglComponent::openGLContextClosing()
     // stopRenderThread()), so the draw list cannot change meanwhile.
     for (const auto& item : m_renderList)
         item.child->release();
+    // The textures stay registered: the next context uploads them again when they are drawn.
     const juce::ScopedLock lock (m_textureLock);
     for (auto* t : m_textures)
         t->deleteTexture();
-    m_textures.clear();
 }

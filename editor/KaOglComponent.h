@@ -63,6 +63,7 @@ public:
     // Textures ----------------------------------------------------------------------------------
     void registerTexture (KaOglComponentTexture* texture);
     void unregisterTexture (KaOglComponentTexture* texture);
+    /** Textures that hold an upload in the current context. */
     int getNumTextures() const;
 
     /** One of the nine bitmap fonts: the nearest size at or below pixelSize (the smallest for

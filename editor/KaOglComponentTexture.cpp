@@ -95,7 +95,7 @@ bool KaOglComponentTexture::bind()
         m_fRecipHeight = 1.0f / (float) m_image.getHeight();
         if (! generate())
             return false;
-        glBindTexture (GL_TEXTURE_2D, m_nTextureName);
+        glBindTexture (GL_TEXTURE_2D, m_nTextureName.load());
 
         const int w = m_image.getWidth(), h = m_image.getHeight();
         if (m_image.getFormat() == juce::Image::ARGB && m_bStripAlpha)
@@ -129,7 +129,7 @@ bool KaOglComponentTexture::bind()
         m_fMaxV = 1.0f;
     }
 
-    glBindTexture (GL_TEXTURE_2D, m_nTextureName);
+    glBindTexture (GL_TEXTURE_2D, m_nTextureName.load());
     if (m_bHasColour)
         glColor4ub ((GLubyte) (m_colour >> 16), (GLubyte) (m_colour >> 8), (GLubyte) m_colour, (GLubyte) (m_colour >> 24));
     return true;

@@ -53,7 +53,7 @@ private:
     float m_fRecipWidth = 0.0f, m_fRecipHeight = 0.0f;
     float m_fMaxU = 1.0f, m_fMaxV = 1.0f;
     int m_nSmoothing = 1;
-    unsigned int m_nTextureName = 0;
+    std::atomic<unsigned int> m_nTextureName { 0 };  // written on the render thread, counted on the message thread
     bool m_bHasColour = false;
     juce::uint32 m_colour = 0xffffffff;
 };

@@ -4,6 +4,9 @@
 // - film-strip frames (unspread 1001 frames, spread 10 frames);
 // - text filters (decimal, integer, maximum length);
 // - glyph tables: the shipped fonts load, garbage is refused; the zero-size projection;
+// - the frame in a real window: a render that cannot take the lock draws nothing and does not
+//   wait; closing the window deletes every texture with the context, and a new context uploads
+//   them again (the title's bitmap text is back in the pixels);
 // - binding through UpmixerEditor: one host gesture and one undo step per drag, 9999 never
 //   reaches the processor, announcements ("Name: value", name only, nothing);
 // - processor notices (a newer session) shown inside the editor, never in a window.
@@ -17,6 +20,8 @@
 
 #include <BinaryData.h>
 #include <gtest/gtest.h>
+
+#include "XWindowGrab.h"
 
 using namespace UpmixerParam;
 
@@ -143,6 +148,51 @@ TEST (EditorFrame, FontsProjectionAndTextures)
     KaOglComponentTexture empty (nullptr, juce::Image());
     EXPECT_FALSE (empty.bind());  // nothing is generated for an empty image
     EXPECT_EQ (empty.getTextureName(), 0u);
+}
+
+TEST (EditorFrame, LockedRenderSkipsAndTexturesFollowTheContext)
+{
+    if (juce::SystemStats::getEnvironmentVariable ("DISPLAY", {}).isEmpty())
+        GTEST_SKIP() << "needs an X display (the test command runs under Xvfb)";
+    UpmixerProcessor processor;
+    processor.prepareToPlay (48000.0, 512);
+    UpmixerEditor editor (processor);
+    auto& frame = editor.getOglComponent();
+    auto pump = [] (int ms) { juce::MessageManager::getInstance()->runDispatchLoopUntil (ms); };
+    auto titlePixels = [&editor]
+    {
+        return XWindowGrab::countPixels (XWindowGrab::grab (editor), { 10, 9, 150, 30 },
+                                         [] (juce::Colour c) { return c.getBlue() > 150 && c.getGreen() > 120 && c.getRed() < 130; });
+    };
+    editor.addToDesktop (0);
+    editor.setVisible (true);
+    pump (1500);
+    const int textures = frame.getNumTextures();
+    EXPECT_GT (textures, 3);  // fonts, film strips
+    EXPECT_GT (titlePixels(), 60);
+
+    int frames = 0;
+    {
+        const juce::ScopedLock hold (frame.getRenderLock());
+        frames = frame.getNumFramesRendered();
+        frame.requestRedraw();
+        pump (300);
+        EXPECT_EQ (frame.getNumFramesRendered(), frames);
+    }
+    frame.requestRedraw();
+    pump (300);
+    EXPECT_GT (frame.getNumFramesRendered(), frames);
+
+    for (int context = 0; context < 2; ++context)
+    {
+        editor.removeFromDesktop();
+        pump (200);
+        EXPECT_EQ (frame.getNumTextures(), 0);
+        editor.addToDesktop (0);
+        pump (1500);
+        EXPECT_EQ (frame.getNumTextures(), textures);
+        EXPECT_GT (titlePixels(), 60);
+    }
 }
 
 TEST (EditorBinding, GesturesUndoAnnouncementsAndNotices)

@@ -25,14 +25,7 @@ namespace
     /** Pixels in an area close to the title's colour (the editor's accent). */
     int accentPixels (const juce::Image& image, juce::Rectangle<int> area)
     {
-        int n = 0;
-        for (int y = area.getY(); y < area.getBottom(); ++y)
-            for (int x = area.getX(); x < area.getRight(); ++x)
-            {
-                const auto c = image.getPixelAt (x, y);
-                n += c.getBlue() > 150 && c.getGreen() > 120 && c.getRed() < 130 ? 1 : 0;
-            }
-        return n;
+        return XWindowGrab::countPixels (image, area, [] (juce::Colour c) { return c.getBlue() > 150 && c.getGreen() > 120 && c.getRed() < 130; });
     }
 
     void pump (int ms) { juce::MessageManager::getInstance()->runDispatchLoopUntil (ms); }

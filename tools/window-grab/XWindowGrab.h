@@ -41,6 +41,17 @@ namespace XWindowGrab
         return image;
     }
 
+    /** Pixels in an area for which `matches` holds. */
+    template <typename Predicate>
+    int countPixels (const juce::Image& image, juce::Rectangle<int> area, Predicate matches)
+    {
+        int n = 0;
+        for (int y = area.getY(); y < area.getBottom(); ++y)
+            for (int x = area.getX(); x < area.getRight(); ++x)
+                n += matches (image.getPixelAt (x, y)) ? 1 : 0;
+        return n;
+    }
+
     inline bool writePng (const juce::Image& image, const juce::File& file)
     {
         if (! image.isValid() || ! file.getParentDirectory().createDirectory())
