@@ -116,8 +116,7 @@ bool KaJucePresetDialog::keyPressed (const juce::KeyPress& key)
         confirm();
     else if (key == juce::KeyPress::escapeKey)
         close();
-    else
-        return false;
+    // Nothing reaches the editor behind while it asks (Ctrl+Z would undo a parameter there).
     return true;
 }
 

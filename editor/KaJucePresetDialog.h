@@ -6,7 +6,8 @@
 /** The preset bar's questions, inside the editor over a dimmed window (never a window of its
     own): the name to save a preset as, typed into a field that keeps only what a preset name
     can hold, and the confirmation before something is removed for good. Return confirms,
-    Escape cancels; clicks outside the card do nothing. Message thread, but for render(). */
+    Escape cancels; clicks outside the card and other keys do not reach the editor behind.
+    Message thread, but for render(). */
 class KaJucePresetDialog : public KaJuceControlWithHelpers
 {
 public:
