@@ -10,7 +10,7 @@ using namespace UpmixerParam;
 namespace
 {
     constexpr int headerHeight = 48, tabHeight = 30, statusHeight = 26, margin = 10, pageColumns = 3;
-    constexpr int mainLeftWidth = 300, mainRightWidth = 300;  // the Main page's side columns; the field takes the rest
+    constexpr int mainLeftWidth = 308, mainRightWidth = 308;  // the Main page's side columns; the field takes the rest
     constexpr int knobFrames = 101;
 
     /** The page background: a plain container, drawn by nothing. */
@@ -151,6 +151,8 @@ void UpmixerEditor::buildMainPage()
         m_mainLeft.push_back (panel);
     }
     m_panelOverheads = m_mainLeft.back();
+    if (auto* range = dynamic_cast<KaJuceButton*> (findControl (ExtendedVerticalParamRange)))
+        range->setLabel ("Extended Range");  // the whole name does not fit the half-width button
 
     // Centre: the surround field; its points are bound after the knobs, which findControl()
     // finds first.

@@ -107,6 +107,12 @@ juce::Point<float> UpmixerGraphOverlay::valuesForPosition (int index, juce::Poin
     }
 }
 
+void UpmixerGraphOverlay::mouseMove (const juce::MouseEvent& e)
+{
+    KaJuceControlPointsController::mouseMove (e);
+    setMouseCursor (getHoveredPoint() >= 0 ? juce::MouseCursor::PointingHandCursor : juce::MouseCursor::NormalCursor);
+}
+
 void UpmixerGraphOverlay::render (double)
 {
     const auto g = getGeometry();

@@ -44,6 +44,10 @@ public:
 
     UpmixerFieldGeometry getGeometry() const noexcept;
 
+protected:
+    /** The pointing hand over a point, so that the user sees what can be dragged. */
+    void mouseMove (const juce::MouseEvent& e) override;
+
 private:
     struct Arc
     {
