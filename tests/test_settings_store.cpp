@@ -1,8 +1,7 @@
 // The per-user settings store:
-// - values survive in the file and a value of another length than 4 bytes is no float;
+// - values survive in the file, and a value of another length than 4 bytes is no float;
 // - two stores on one file (two processes' views) never drop each other's keys: every write
-//   re-reads and merges;
-// - many threads writing through the shared store leave a complete, parseable file;
+//   re-reads and merges; many threads writing through one store leave a complete file;
 // - a corrupt file reads as empty and is replaced cleanly by the next write.
 #include "processor/KaSettingsStore.h"
 #include "support/TempFolder.h"
@@ -13,15 +12,17 @@
 
 namespace
 {
-    juce::File freshFile()
+    struct SettingsStoreTest : ::testing::Test
     {
-        return makeTempFolder ("orrin-settings").getChildFile ("settings.xml");
-    }
+        juce::File dir = makeTempFolder ("orrin-settings");
+        juce::File file = dir.getChildFile ("settings.xml");
+
+        void TearDown() override { dir.deleteRecursively(); }
+    };
 }
 
-TEST (SettingsStore, FourByteFloatsAndOtherValues)
+TEST_F (SettingsStoreTest, FourByteFloatsAndOtherValues)
 {
-    const auto file = freshFile();
     {
         KaSettingsStore store (file);
         store.setFloat ("Gain", 0.25f);
@@ -35,55 +36,41 @@ TEST (SettingsStore, FourByteFloatsAndOtherValues)
     EXPECT_EQ (reread.getString ("Path").value_or (""), "/tmp/a b/c.wav");
     reread.remove ("Gain");
     EXPECT_FALSE (KaSettingsStore (file).contains ("Gain"));
-    file.getParentDirectory().deleteRecursively();
 }
 
-TEST (SettingsStore, TwoViewsOfOneFileKeepEachOthersKeys)
+TEST_F (SettingsStoreTest, ViewsAndThreadsKeepEachOthersKeys)
 {
-    const auto file = freshFile();
     KaSettingsStore first (file), second (file);
     first.setFloat ("A", 1.0f);
     EXPECT_EQ (second.getFloat ("A").value_or (0.0f), 1.0f);
     second.setFloat ("B", 2.0f);  // must not drop A
     first.setFloat ("C", 3.0f);   // must not drop B
-    KaSettingsStore third (file);
-    EXPECT_EQ (third.getFloat ("A").value_or (0.0f), 1.0f);
-    EXPECT_EQ (third.getFloat ("B").value_or (0.0f), 2.0f);
-    EXPECT_EQ (third.getFloat ("C").value_or (0.0f), 3.0f);
-    file.getParentDirectory().deleteRecursively();
-}
 
-TEST (SettingsStore, ConcurrentWritersLeaveACompleteFile)
-{
-    const auto file = freshFile();
-    KaSettingsStore shared (file);
     std::vector<std::thread> threads;
     for (int t = 0; t < 4; ++t)
-        threads.emplace_back ([&shared, t]
-        {
+        threads.emplace_back ([&first, t] {
             for (int i = 0; i < 25; ++i)
-                shared.setFloat ("T" + juce::String (t) + "_" + juce::String (i), (float) i);
+                first.setFloat ("T" + juce::String (t) + "_" + juce::String (i), (float) i);
         });
     for (auto& th : threads)
         th.join();
 
     KaSettingsStore reread (file);
+    const std::pair<const char*, float> written[] = { { "A", 1.0f }, { "B", 2.0f }, { "C", 3.0f } };
+    for (const auto& [key, value] : written)
+        EXPECT_EQ (reread.getFloat (key).value_or (0.0f), value) << key;
     for (int t = 0; t < 4; ++t)
         for (int i = 0; i < 25; ++i)
             EXPECT_EQ (reread.getFloat ("T" + juce::String (t) + "_" + juce::String (i)).value_or (-1.0f), (float) i);
     EXPECT_NE (juce::parseXML (file), nullptr);
-    file.getParentDirectory().deleteRecursively();
 }
 
-TEST (SettingsStore, CorruptFileReadsEmptyAndIsReplaced)
+TEST_F (SettingsStoreTest, CorruptFileReadsEmptyAndIsReplaced)
 {
-    const auto file = freshFile();
-    file.getParentDirectory().createDirectory();
     file.replaceWithText ("<KaSettings><Value name=\"X\" data=\"%%%\"/><broken");
     KaSettingsStore store (file);
     EXPECT_FALSE (store.getFloat ("X").has_value());
     store.setFloat ("Y", 4.0f);
     EXPECT_EQ (KaSettingsStore (file).getFloat ("Y").value_or (0.0f), 4.0f);
     EXPECT_NE (juce::parseXML (file), nullptr);
-    file.getParentDirectory().deleteRecursively();
 }
