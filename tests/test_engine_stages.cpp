@@ -27,7 +27,7 @@ constexpr int length = 3 * 48000;
 constexpr int settled = 2 * 48000;
 
 /** Noise (or, with f > 0, a tone at gain) in L, and in R times rightSign (1: centred). */
-juce::AudioBuffer<float> pair (float rightSign, int seed, double f = 0.0, float gain = 0.3f, int numSamples = length)
+juce::AudioBuffer<float> stereoPair (float rightSign, int seed, double f = 0.0, float gain = 0.3f, int numSamples = length)
 {
     auto in = byKind (numSamples);
     if (f > 0.0)
@@ -42,8 +42,8 @@ juce::AudioBuffer<float> pair (float rightSign, int seed, double f = 0.0, float 
 /** A low and a high tone (0.2 each) in L, and in R times rightSign. */
 juce::AudioBuffer<float> twoTones (double low, double high, float rightSign)
 {
-    auto in = pair (rightSign, 0, low, 0.2f);
-    const auto highTone = pair (rightSign, 0, high, 0.2f);
+    auto in = stereoPair (rightSign, 0, low, 0.2f);
+    const auto highTone = stereoPair (rightSign, 0, high, 0.2f);
     for (int kind : { kindL, kindR })
         in.addFrom (kind, 0, highTone, kind, 0, length);
     return in;
@@ -71,13 +71,13 @@ double toneDb (const juce::AudioBuffer<float>& a, int kindA, const juce::AudioBu
 
 TEST (EngineDiffuse, DiffusionDecorrelatesTheSurroundsAndLeavesACentredSourceAlone)
 {
-    const auto antiPhase = pair (-1.0f, 11);
+    const auto antiPhase = stereoPair (-1.0f, 11);
     EXPECT_LT (correlation (EngineRig (1, 6).with ({ { Diffusion, 0.0f } }).run (antiPhase), kindLs, kindRs), -0.99);
     const double r = correlation (EngineRig (1, 6).with ({ { Diffusion, 1.0f } }).run (antiPhase), kindLs, kindRs);
     EXPECT_GT (r, 0.2);  // the two all-passes of a pair turn the phase differently
     EXPECT_LT (r, 0.9);
 
-    const auto centred = pair (1.0f, 12);
+    const auto centred = stereoPair (1.0f, 12);
     const auto out = EngineRig (4, 8).with ({ { Diffusion, 1.0f } }).run (centred);
     for (int kind : { kindLs, kindRs, kindLsr, kindRsr })
         EXPECT_LT (levelDb (out, kind, centred), -100.0) << "kind " << kind;
@@ -85,7 +85,7 @@ TEST (EngineDiffuse, DiffusionDecorrelatesTheSurroundsAndLeavesACentredSourceAlo
 
 TEST (EngineDiffuse, WidthChangeDuringPlaybackDoesNotClick)
 {
-    const auto input = pair (-1.0f, 0, 300.0, 0.3f, 4 * 48000);
+    const auto input = stereoPair (-1.0f, 0, 300.0, 0.3f, 4 * 48000);
     EngineRig rig (1, 6);
     rig.set (Diffusion, 1.0f);
     const int changeAt = 2 * 48000;
@@ -124,7 +124,7 @@ TEST (EngineLfe, CarriesTheLowBandOnlyWithAGainSpanning55dBAndSplitsIt)
     // Crossover 50 Hz (LfeFreq at ln (5) / ln (20)); LfeGain 45 / 55 is 0 dB.
     const float crossover = (float) (std::log (5.0) / std::log (20.0));
     auto lfeLevel = [&] (double f, float gain) {
-        return toneLevel (EngineRig (1, 6).with ({ { LfeFreq, crossover }, { LfeGain, gain } }).run (pair (1.0f, 0, f)), kindLfe, f);
+        return toneLevel (EngineRig (1, 6).with ({ { LfeFreq, crossover }, { LfeGain, gain } }).run (stereoPair (1.0f, 0, f)), kindLfe, f);
     };
     const double below = lfeLevel (12.5, 45.0f / 55.0f);
     EXPECT_GT (below, 0.1);
@@ -133,7 +133,7 @@ TEST (EngineLfe, CarriesTheLowBandOnlyWithAGainSpanning55dBAndSplitsIt)
 
     // LfeFreq 1: 200 Hz; Divergence 0 keeps the tone in C.
     auto run = [&] (float split, float exact) {
-        return EngineRig (1, 6).with ({ { Divergence, 0.0f }, { LfeFreq, 1.0f }, { LfeSplit, split }, { DownmixExact, exact } }).run (pair (1.0f, 0, 20.0));
+        return EngineRig (1, 6).with ({ { Divergence, 0.0f }, { LfeFreq, 1.0f }, { LfeSplit, split }, { DownmixExact, exact } }).run (stereoPair (1.0f, 0, 20.0));
     };
     const auto copied = run (0.0f, 0.0f), moved = run (1.0f, 0.0f), exact = run (1.0f, 1.0f);
     EXPECT_LT (toneDb (moved, kindC, copied, kindC, 20.0), -15.0);
@@ -175,7 +175,7 @@ TEST (EngineOverheads, SilentWithBothPhaseControlsAtZero)
 
 TEST (EngineOverheads, OnPhaseLiftsInPhaseContentHalfwayIsMinus6dBAndFourOverheadsAreFilled)
 {
-    const auto centred = pair (1.0f, 23);
+    const auto centred = stereoPair (1.0f, 23);
     auto run = [&] (float excludeC) {
         return EngineRig (16, 10).with ({ { VerticalOnPhase, 1.0f }, { VerticalOffPhase, 0.0f }, { VerticalExcludeC, excludeC } }).run (centred);
     };
@@ -190,7 +190,7 @@ TEST (EngineOverheads, OnPhaseLiftsInPhaseContentHalfwayIsMinus6dBAndFourOverhea
     for (float extended : { 0.0f, 1.0f })
     {
         const auto out = EngineRig (16, 10).with ({ { Divergence, 1.0f }, { Diffusion, 0.0f }, { VerticalShelfEnable, 0.0f }, { VerticalOnPhase, 0.5f },
-                                                    { VerticalOffPhase, 0.0f }, { ExtendedVerticalParamRange, extended } }).run (pair (1.0f, 0, 1000.0));
+                                                    { VerticalOffPhase, 0.0f }, { ExtendedVerticalParamRange, extended } }).run (stereoPair (1.0f, 0, 1000.0));
         EXPECT_NEAR (toneDb (out, kindLts, out, kindL, 1000.0), 0.0, 0.1) << "extended " << extended;
     }
 
