@@ -112,13 +112,14 @@ int main (int argc, char** argv)
     std::vector<std::string> layouts { "5.1", "7.1", "7.1.2", "7.1.4" };
     double seconds = 4.0;
     int skip = 5;
-    bool popUps = false;
+    bool popUps = false, profiling = false;
     app.add_option ("--out", out, "Folder for the PNG files");
     app.add_option ("--layouts", layouts, "Output layouts: 5.1, 7.1, 7.1.2, 7.1.4")->delimiter (',');
     app.add_option ("--input", input, "Clip to play (stereo; the demo clip by default)")->check (CLI::ExistingFile);
     app.add_option ("--seconds", seconds, "Seconds of playback before the first picture")->check (CLI::Range (0.5, 60.0));
     app.add_option ("--start", skip, "Seconds into the clip where playback starts")->check (CLI::Range (0, 600));
     app.add_flag ("--popups", popUps, "Also the main menu, the preset browser, the save-as dialog and the settings, each open over the Main page");
+    app.add_flag ("--profiling", profiling, "Also the Main page with the profiling overlay shown");
     CLI11_PARSE (app, argc, argv);
 
     if (juce::SystemStats::getEnvironmentVariable ("DISPLAY", {}).isEmpty())
@@ -170,18 +171,32 @@ int main (int argc, char** argv)
         editor->addToDesktop (0);
         editor->setVisible (true);
         pump ((int) (seconds * 1000.0));
-        for (int page = 0; page < editor->getNumPages(); ++page)
+        auto shoot = [&] (const juce::String& what)
         {
-            editor->showPage (page);
             pump (1200);
-            const auto file = folder.getChildFile ("editor-" + juce::String (layoutName) + "-"
-                                                   + juce::File::createLegalFileName (editor->getPageName (page).toLowerCase().removeCharacters (" &/")) + ".png");
+            const auto file = folder.getChildFile ("editor-" + juce::String (layoutName) + "-" + juce::File::createLegalFileName (what) + ".png");
             if (! XWindowGrab::writePng (XWindowGrab::grab (*editor), file))
             {
                 std::cerr << "editor-screenshot: cannot write " << file.getFullPathName() << "\n";
-                return 1;
+                return false;
             }
             std::cout << file.getFullPathName() << "\n";
+            return true;
+        };
+        for (int page = 0; page < editor->getNumPages(); ++page)
+        {
+            editor->showPage (page);
+            if (! shoot (editor->getPageName (page).toLowerCase().removeCharacters (" &/")))
+                return 1;
+        }
+        if (profiling)
+        {
+            editor->showPage (0);
+            processor.setProfilingShown (true);
+            const bool written = shoot ("profiling");
+            processor.setProfilingShown (false);
+            if (! written)
+                return 1;
         }
         if (popUps && ! shootPopUps (*editor, processor, folder, layoutName))
             return 1;
