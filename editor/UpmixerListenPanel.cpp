@@ -65,10 +65,10 @@ void UpmixerListenPanel::update (const KaParameterTable& table, int routing, int
 
     // C LF is heard on top of whatever mode is chosen; otherwise the monitor's own choice.
     m_nHeard = table.isOn (MonitorCLF) ? MonitorCLF : parameterOfMode (UpmixerMonitor::selectMode (table));
-    m_pHeard = nullptr;
+    m_heardBounds = {};
     for (auto& mode : m_modes)
         if (mode.button->getParameterIndex() == m_nHeard && mode.button->isVisible())
-            m_pHeard = mode.button;
+            m_heardBounds = mode.button->getBounds().toFloat().expanded (2.5f);
 }
 
 int UpmixerListenPanel::getRequiredHeight() const noexcept
@@ -108,6 +108,6 @@ void UpmixerListenPanel::render (double)
     KaOglDraw::drawRoundedRect (area, 5.0f, KaJuceTheme::panelEdge);
     if (auto* font = getOglFont (KaJuceTheme::titleText))
         font->drawText ("Listen", { margin, 4, getWidth() - 2 * margin, titleHeight }, juce::Justification::centredLeft, KaJuceTheme::textDim);
-    if (m_pHeard != nullptr)
-        KaOglDraw::drawRoundedRect (m_pHeard->getBounds().toFloat().expanded (2.5f), 4.0f, KaJuceTheme::good, 2.0f);
+    if (! m_heardBounds.isEmpty())
+        KaOglDraw::drawRoundedRect (m_heardBounds, 4.0f, KaJuceTheme::good, 2.0f);
 }

@@ -50,5 +50,5 @@ private:
 
     std::vector<Mode> m_modes;
     int m_nRouting = -1, m_nOutputs = -1, m_nHeard = -1;
-    KaJuceButton* m_pHeard = nullptr;  // guarded by the render lock
+    juce::Rectangle<float> m_heardBounds;  // the heard switch's outline (empty: none), guarded by the render lock
 };

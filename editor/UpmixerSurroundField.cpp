@@ -76,7 +76,7 @@ void UpmixerSurroundField::resized()
     const auto inner = getLocalBounds().withTrimmedTop (titleHeight).reduced (6, 0).withTrimmedBottom (4);
     m_haze.setBounds (inner);
     m_overlay.setBounds (inner);
-    placeCircles();
+    m_bPlaced = false;  // placed by the next update(), which the render thread does not overlap
 }
 
 void UpmixerSurroundField::placeCircles()
@@ -113,12 +113,13 @@ void UpmixerSurroundField::placeCircles()
 void UpmixerSurroundField::update (UpmixerProcessor& processor)
 {
     const int routing = processor.getCurrentRouting(), outputs = processor.getEngineOutputCount();
-    if (routing != m_nRouting || outputs != m_nOutputs)
+    if (routing != m_nRouting || outputs != m_nOutputs || ! m_bPlaced)
     {
         m_nRouting = routing;
         m_nOutputs = outputs;
         m_title.set ("Surround field   " + layoutName (outputs));
         placeCircles();
+        m_bPlaced = true;
     }
 
     using namespace UpmixerParam;

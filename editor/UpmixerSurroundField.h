@@ -46,6 +46,7 @@ public:
     void resized() override;
 
 private:
+    /** Message thread, holding the render lock: the circles and the floor's spokes for the layout. */
     void placeCircles();
 
     static constexpr int titleHeight = 24;
@@ -56,4 +57,5 @@ private:
     KaGuiText m_title;
     int m_nRouting = -1, m_nOutputs = -1;
     double m_dLastUpdateMs = 0.0;
+    bool m_bPlaced = false;
 };
