@@ -1,7 +1,7 @@
 // The I/O page's channel strips on a real processor and editor:
 // - meters follow audio: a tone on the left input only, the left output soloed; after real
 //   blocks and one updateGui() the left source, left output and left downmix meters rise and
-//   every other meter stays at silence;
+//   every other meter stays at silence; when the blocks stop, the meters fall;
 // - the strips' switches set the solo or mute of their channel's kind (the host position is
 //   not the kind at 7.1.4) in one undo step, and swap when the per-user settings say so;
 // - the strips follow a layout change (source and output counts, channel names; the Centre &
@@ -84,6 +84,12 @@ TEST (EditorIOPage, MetersRiseOnlyOnTheChannelThatCarriesSound)
     EXPECT_GT (page.getDownmixStrip (0).getMeter().getLevelDb(), -30.0f);
     EXPECT_LT (page.getDownmixStrip (1).getMeter().getLevelDb(), silentDb);
     EXPECT_GT (page.getSourceStrip (0).getMeter().getMaxPeakDb(), -7.0f);  // 0.5 is -6 dB
+
+    // The audio stops: the meters fall at the release rate rather than hold the last peak.
+    const float playing = page.getSourceStrip (0).getMeter().getLevelDb();
+    juce::Thread::sleep (400);
+    editor.updateGui();
+    EXPECT_LT (page.getSourceStrip (0).getMeter().getLevelDb(), playing - 4.0f);
 }
 
 TEST (EditorIOPage, SwitchesSetTheirKindsSoloOrMuteInOneUndoStep)
