@@ -135,22 +135,20 @@ struct Model
     void advanceWrite (int k)
     {
         for (size_t c = 0; c < free.size(); ++c)
-            for (int i = 0; i < k; ++i)
-            {
-                ready[c].push_back (free[c].front());
-                free[c].pop_front();
-            }
+        {
+            ready[c].insert (ready[c].end(), free[c].begin(), free[c].begin() + k);
+            free[c].erase (free[c].begin(), free[c].begin() + k);
+        }
     }
 
     int consume (int k)
     {
         const int m = std::min (k, numReady());
         for (size_t c = 0; c < free.size(); ++c)
-            for (int i = 0; i < m; ++i)
-            {
-                ready[c].pop_front();
-                free[c].push_back (0.0f);
-            }
+        {
+            ready[c].erase (ready[c].begin(), ready[c].begin() + m);
+            free[c].insert (free[c].end(), (size_t) m, 0.0f);
+        }
         return m;
     }
 
