@@ -229,7 +229,7 @@ TEST (PresetFolders, CreatedOnFirstRunAndListedInBrowserOrder)
     const auto table = makeTable();
     const auto user = library.getRoot().getChildFile ("User");
     for (const auto* name : { "Preset 10", "preset 2", "Preset 1", ".Secret", "B &28dark&29" })
-        writePreset (user, name, table, table.numbers().empty() ? std::vector<float>() : std::vector<float> (139, 0.5f));
+        writePreset (user, name, table, std::vector<float> ((size_t) table.getNumHostParameters(), 0.5f));
     user.getChildFile ("notes.txt").replaceWithText ("not a preset");
     juce::StringArray presets;
     for (const auto& p : library.listPresets ("User"))
