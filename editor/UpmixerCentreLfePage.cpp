@@ -61,10 +61,7 @@ UpmixerCentreLfePage::UpmixerCentreLfePage (KaJuceEditorBase& editor, UpmixerPro
     {
         auto strip = std::make_unique<UpmixerChannelStrip> ("m_stripCentreLfe" + juce::String (i));
         (i < 4 ? m_panelLevels : m_panelFold).addAndMakeVisible (*strip);
-        for (KaJuceControl* c : { (KaJuceControl*) &strip->getTrim(), (KaJuceControl*) &strip->getSwitch (0), (KaJuceControl*) &strip->getSwitch (1) })
-            editor.registerControl (*c);
-        if (const auto* info = processor.getParameterTable().info (Trim0))
-            strip->getTrim().m_fnpConvertParamToString = [info] (float v) { return juce::String (info->toUnit (v), 1); };
+        UpmixerStripBinding::attach (*strip, editor);
         strip->getMeter().onReset = [this]
         {
             for (auto& s : m_strips)

@@ -13,6 +13,7 @@ namespace
     constexpr int maxStripWidth = 112;
     constexpr int bottomRowHeight = 178, routingWidth = 330, multiInputWidth = 300;
     constexpr int correlationRow = 13, correlationGap = 2;
+
     juce::String layoutName (int outputs)
     {
         switch (outputs)
@@ -51,13 +52,12 @@ UpmixerIOPage::UpmixerIOPage (KaJuceEditorBase& editor, UpmixerProcessor& proces
     m_panelOutputs.addAndMakeVisible (m_scaleOutputs);
 
     for (int i = 0; i < maxSources; ++i)
-        m_sources.push_back (std::unique_ptr<UpmixerChannelStrip> (&addStrip (m_panelSources, "m_stripSource" + juce::String (i))));
+        addStrip (m_panelSources, m_sources, "m_stripSource" + juce::String (i));
     for (int i = 0; i < numOutputs; ++i)
-        m_outputs.push_back (std::unique_ptr<UpmixerChannelStrip> (&addStrip (m_panelOutputs, "m_stripOutput" + juce::String (i))));
+        addStrip (m_panelOutputs, m_outputs, "m_stripOutput" + juce::String (i));
     for (int i = 0; i < 2; ++i)
     {
-        auto& strip = addStrip (m_panelDownmix, "m_stripDownmix" + juce::String (i));
-        m_downmix.push_back (std::unique_ptr<UpmixerChannelStrip> (&strip));
+        auto& strip = addStrip (m_panelDownmix, m_downmix, "m_stripDownmix" + juce::String (i));
         strip.setVisible (true);
         UpmixerStripBinding::showDownmix (strip, processor.getParameterTable(), i);
     }
@@ -102,22 +102,19 @@ UpmixerIOPage::UpmixerIOPage (KaJuceEditorBase& editor, UpmixerProcessor& proces
 
 UpmixerIOPage::~UpmixerIOPage() = default;
 
-UpmixerChannelStrip& UpmixerIOPage::addStrip (KaJuceOglGridComponent& panel, const juce::String& name)
+UpmixerChannelStrip& UpmixerIOPage::addStrip (KaJuceOglGridComponent& panel, std::vector<std::unique_ptr<UpmixerChannelStrip>>& list,
+                                              const juce::String& name)
 {
-    auto* strip = new UpmixerChannelStrip (name);
+    auto& strip = *list.emplace_back (std::make_unique<UpmixerChannelStrip> (name));
     panel.addChildComponent (strip);
-    for (KaJuceControl* c : { (KaJuceControl*) &strip->getTrim(), (KaJuceControl*) &strip->getSwitch (0), (KaJuceControl*) &strip->getSwitch (1) })
-        m_editor.registerControl (*c);
-    // The trim's value in the strip is short ("-3.0"); typed entry takes the unit or not.
-    if (const auto* info = m_upmixer.getParameterTable().info (Trim0))
-        strip->getTrim().m_fnpConvertParamToString = [info] (float v) { return juce::String (info->toUnit (v), 1); };
-    strip->getMeter().onReset = [this]
+    UpmixerStripBinding::attach (strip, m_editor);
+    strip.getMeter().onReset = [this]
     {
         for (auto* strips : { &m_sources, &m_outputs, &m_downmix })
             for (auto& s : *strips)
                 s->getMeter().resetPeaks();
     };
-    return *strip;
+    return strip;
 }
 
 UpmixerIOPage::Layout UpmixerIOPage::currentLayout() const

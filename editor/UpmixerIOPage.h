@@ -62,7 +62,7 @@ private:
     void applyLayout (const Layout& layout);
     void updateStyles();
     void updateMeters();
-    UpmixerChannelStrip& addStrip (KaJuceOglGridComponent& panel, const juce::String& name);
+    UpmixerChannelStrip& addStrip (KaJuceOglGridComponent& panel, std::vector<std::unique_ptr<UpmixerChannelStrip>>& list, const juce::String& name);
     /** The Routing selector lists only the orders the output width allows, and the two
         automatic choices (its full list of 101 would not fit the editor). */
     void listRoutings (int outputs, int choice);

@@ -20,6 +20,14 @@ namespace UpmixerStripBinding
         }
     }
 
+    void attach (UpmixerChannelStrip& strip, KaJuceEditorBase& editor)
+    {
+        for (KaJuceControl* c : { (KaJuceControl*) &strip.getTrim(), (KaJuceControl*) &strip.getSwitch (0), (KaJuceControl*) &strip.getSwitch (1) })
+            editor.registerControl (*c);
+        if (const auto* info = editor.getProcessorBase().getParameterTable().info (Trim0))
+            strip.getTrim().m_fnpConvertParamToString = [info] (float v) { return juce::String (info->toUnit (v), 1); };
+    }
+
     float colourValue (const KaParameterTable& table, int number)
     {
         if (table.isOn (LockColors))

@@ -2,6 +2,7 @@
 
 #include "analysis/KaJuceObserverLevelMeter.h"
 #include "editor/UpmixerChannelStrip.h"
+#include "editor/KaJuceEditorBase.h"
 #include "processor/KaJuceProcessorBase.h"
 
 /** What the pages with channel strips share: which parameters an output or downmix strip
@@ -10,6 +11,10 @@
     inside the editor's updateGui(). */
 namespace UpmixerStripBinding
 {
+    /** Registers a new strip's controls with the editor and gives its trim the short value
+        text of a strip ("-3.0"; typed entry takes the unit or not). */
+    void attach (UpmixerChannelStrip& strip, KaJuceEditorBase& editor);
+
     /** A colour or meter-split parameter's value, or its per-user copy while LockColors is on. */
     float colourValue (const KaParameterTable& table, int number);
     KaJuceLevelMeterDisplay::Style meterStyle (const KaParameterTable& table);
