@@ -3,6 +3,7 @@
 // on; one frame of the frequency-domain stage split into its FFTs, the dialogue network and the
 // rest; and the resident memory one more processor adds. Figures are reported, never asserted; see
 // bench/README.md for the numbers and where the time goes.
+#include "BenchRig.h"
 #include "dsp/BlockOverlaper.h"
 #include "engine/KaProfiler.h"
 #include "engine/UpmixerAlgo.h"
@@ -23,57 +24,7 @@
 
 namespace
 {
-    constexpr double sampleRate = 48000.0;
-    constexpr int blockSize = 512;
-
-    /** JUCE set up once for the processor benchmarks, with the program's files in a temporary
-        folder instead of the user's own. */
-    void initialiseJuceOnce()
-    {
-        static const bool done = [] {
-            const auto home = juce::File::getSpecialLocation (juce::File::tempDirectory).getChildFile ("orrin-bench");
-            home.createDirectory();
-            setenv ("KESTRO_AUDIO_DIR", home.getFullPathName().toRawUTF8(), 0);
-            static juce::ScopedJuceInitialiser_GUI juce;
-            return true;
-        }();
-        juce::ignoreUnused (done);
-    }
-
-    juce::AudioChannelSet outputSet (int numOutputs)
-    {
-        switch (numOutputs)
-        {
-            case 8: return juce::AudioChannelSet::create7point1();
-            case 10: return juce::AudioChannelSet::create7point1point2();
-            case 12: return juce::AudioChannelSet::create7point1point4();
-            default: return juce::AudioChannelSet::create5point1();
-        }
-    }
-
-    std::unique_ptr<UpmixerProcessor> makeProcessor (int numOutputs, bool isolation)
-    {
-        initialiseJuceOnce();
-        auto processor = std::make_unique<UpmixerProcessor>();
-        juce::AudioProcessor::BusesLayout buses;
-        buses.inputBuses.add (juce::AudioChannelSet::stereo());
-        buses.outputBuses.add (outputSet (numOutputs));
-        processor->setBusesLayout (buses);
-        processor->setParameterNotifyingHost (UpmixerParam::DialogIsolate, isolation ? 1.0f : 0.0f, false);
-        processor->prepareToPlay (sampleRate, blockSize);
-        return processor;
-    }
-
-    /** Stereo programme-like material: two partly correlated noises. */
-    void fillStereo (juce::AudioBuffer<float>& buffer, int numSamples, juce::Random& random)
-    {
-        for (int i = 0; i < numSamples; ++i)
-        {
-            const float common = random.nextFloat() - 0.5f;
-            buffer.setSample (0, i, 0.3f * common + 0.2f * (random.nextFloat() - 0.5f));
-            buffer.setSample (1, i, 0.3f * common + 0.2f * (random.nextFloat() - 0.5f));
-        }
-    }
+    using namespace BenchRig;
 
     /** The benchmark loop of the realtime factors: ten seconds of programme prepared up front
         (copying a block in costs next to nothing), each iteration one block of it copied into
@@ -124,7 +75,6 @@ BENCHMARK (BM_ProcessorRealtimeFactor)->ArgsProduct ({ { 6, 8, 10 }, { 0, 1 } })
 // stereo in, 512-sample blocks. Arguments as above.
 static void BM_EngineRealtimeFactor (benchmark::State& state)
 {
-    initialiseJuceOnce();
     const int numOutputs = (int) state.range (0);
     UpmixerDefaultHost host;
     host.table.set (UpmixerParam::DialogIsolate, state.range (1) != 0 ? 1.0f : 0.0f);
@@ -169,7 +119,6 @@ BENCHMARK (BM_FrameFfts);
 // One frame's network work: the input vectors of the 513 bins and 513 runs of the network.
 static void BM_FrameNetwork (benchmark::State& state)
 {
-    initialiseJuceOnce();
     namespace F = UpmixerDialogFeatures;
     UpmixerDialogNetwork network;
     if (! network.isLoaded())
@@ -209,7 +158,6 @@ BENCHMARK (BM_FrameNetwork);
 // coefficients and distribution.
 static void BM_FrameRest (benchmark::State& state)
 {
-    initialiseJuceOnce();
     UpmixerFrequencyDomainAlgo algo;
     algo.prepare (UpmixerFrequencyDomainAlgo::defaultFftSize);
     algo.settings.dialogAmount = 0.0f;
