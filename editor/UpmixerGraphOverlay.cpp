@@ -30,10 +30,17 @@ UpmixerGraphOverlay::UpmixerGraphOverlay() : KaJuceControlPointsController ("Upm
     addPoint (pointNames[pointHeightOff], VerticalOffPhase, -1);
 }
 
-void UpmixerGraphOverlay::setLayout (bool heights) noexcept
+void UpmixerGraphOverlay::setLayout (bool rears, bool heights) noexcept
 {
-    if (heights != m_bHeights.exchange (heights))
+    if (rears != m_bRears.exchange (rears) || heights != m_bHeights.exchange (heights))
         requestRedraw();
+}
+
+bool UpmixerGraphOverlay::isPointShown (int index) const noexcept
+{
+    if (index == pointFadeRears)
+        return hasRears();
+    return index < pointHeightOn || hasHeights();
 }
 
 void UpmixerGraphOverlay::setLinks (bool arc, bool vertical) noexcept
@@ -55,6 +62,8 @@ float UpmixerGraphOverlay::azimuthForValue (int point, float value) noexcept
 
 juce::Point<float> UpmixerGraphOverlay::positionOfPoint (int index) const
 {
+    if (! isPointShown (index))
+        return { -1.0e6f, -1.0e6f };  // out of reach: the layout has no such loudspeakers
     const auto g = getGeometry();
     const auto& p = getPoint (index);
     switch (index)
@@ -67,8 +76,6 @@ juce::Point<float> UpmixerGraphOverlay::positionOfPoint (int index) const
             return g.atXY (diffuseWidth * p.x->getValue(), -(diffuseNear + (diffuseFar - diffuseNear) * p.y->getValue()));
         case pointHeightOn:
         case pointHeightOff:
-            if (! hasHeights())
-                return { -1.0e6f, -1.0e6f };  // out of reach: no overheads in this layout
             return g.at (index == pointHeightOn ? heightOnAzimuth : heightOffAzimuth, UpmixerFieldGeometry::heightRing * p.x->getValue());
         default:
             return {};
@@ -118,7 +125,7 @@ void UpmixerGraphOverlay::render (double)
     const auto g = getGeometry();
     drawBoundaries (g);
     for (int i = 0; i < getNumPoints(); ++i)
-        if (i < pointHeightOn || hasHeights())
+        if (isPointShown (i))
             drawPoint (i, pointNames[i]);
 }
 
@@ -133,14 +140,31 @@ void UpmixerGraphOverlay::drawBoundaries (const UpmixerFieldGeometry& g)
     const float arcRadius = g.radius * arcRing;
     const float front = juce::degreesToRadians (azimuths[0]);
     KaOglDraw::fillArc (g.centre.x, g.centre.y, arcRadius + 1.5f, 3.0f, -front, front, accent.withAlpha (0.8f));
-    for (int i = 1; i < 3; ++i)
+    for (int i = 1; i < (hasRears() ? 3 : 2); ++i)
         for (float side : { 1.0f, -1.0f })
         {
             const auto inner = g.at (side * azimuths[i], arcRing - 0.1f), outer = g.at (side * azimuths[i], 1.0f);
             KaOglDraw::drawLine (inner.x, inner.y, outer.x, outer.y, accent.withAlpha (side > 0.0f ? 0.75f : 0.3f), 1.5f);
         }
     if (m_bArcLink.load())
-        KaOglDraw::fillArc (g.centre.x, g.centre.y, arcRadius + 0.75f, 1.5f, front, juce::degreesToRadians (azimuths[2]), accent.withAlpha (0.6f));
+        KaOglDraw::fillArc (g.centre.x, g.centre.y, arcRadius + 0.75f, 1.5f, front, juce::degreesToRadians (azimuths[hasRears() ? 2 : 1]),
+                            accent.withAlpha (0.6f));
+
+    // The regions the boundaries make, named on the left half (the right holds the points).
+    if (auto* font = getOglFont (KaJuceTheme::smallText))
+    {
+        // Without backs the sides reach round to the back.
+        const float sidesEnd = hasRears() ? azimuths[2] : 180.0f;
+        const std::pair<const char*, float> regions[] = { { "FRONT", 0.5f * (azimuths[0] + azimuths[1]) },
+                                                          { "SIDES", 0.5f * (azimuths[1] + sidesEnd) },
+                                                          { "BACKS", 0.5f * (azimuths[2] + 180.0f) } };
+        for (int i = 0; i < (hasRears() ? 3 : 2); ++i)
+        {
+            const auto at = g.at (-regions[i].second, arcRing - 0.06f).roundToInt();
+            font->drawText (regions[i].first, juce::Rectangle<int> (50, 14).withCentre (at), juce::Justification::centred,
+                            KaJuceTheme::textDim.withAlpha (0.8f));
+        }
+    }
 
     // The diffuse area behind the listener: as wide as Space, as deep as Diffusion.
     const auto diffuse = positionOfPoint (pointDiffuse);

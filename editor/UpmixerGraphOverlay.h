@@ -12,7 +12,8 @@
       front image's width (Divergence, 0 to 30 degrees: how far the centre spreads towards L and
       R), where the front gives way to the sides (FadeFS: from 110 degrees with no fade up to
       the front speakers at full fade) and where the sides give way to the backs (FadeSB: from
-      170 degrees up to the sides); the left half mirrors them;
+      170 degrees up to the sides, in layouts with back loudspeakers); the left half mirrors
+      them and names the regions;
     - behind the listener the diffuse sound: Diffusion towards the back, Space (UpmixPsdWidth,
       the diffuse delay) across;
     - on the overheads' ring, when the layout has heights: how much in-phase (front left) and
@@ -29,11 +30,14 @@ public:
     UpmixerGraphOverlay();
 
     /** Message thread: what the layout has and which links are on. */
-    void setLayout (bool hasHeights) noexcept;
+    void setLayout (bool hasRears, bool hasHeights) noexcept;
     void setLinks (bool arc, bool vertical) noexcept;
     /** Message thread: the diffuse area's colour (Col Diffusion). */
     void setDiffusionColour (juce::Colour c) noexcept { setBackgroundColour (c); }
     bool hasHeights() const noexcept { return m_bHeights.load(); }
+    bool hasRears() const noexcept { return m_bRears.load(); }
+    /** Whether a point is on the field for the current layout. */
+    bool isPointShown (int index) const noexcept;
 
     /** The azimuth (degrees, right half) a boundary point stands at for its value. */
     static float azimuthForValue (int point, float value) noexcept;
@@ -58,5 +62,5 @@ private:
     void drawBoundaries (const UpmixerFieldGeometry& g);
     void drawPoint (int index, const juce::String& label);
 
-    std::atomic<bool> m_bHeights { false }, m_bArcLink { false }, m_bVerticalLink { false };
+    std::atomic<bool> m_bRears { true }, m_bHeights { false }, m_bArcLink { false }, m_bVerticalLink { false };
 };

@@ -143,7 +143,7 @@ void UpmixerSurroundField::update (UpmixerProcessor& processor)
 
     m_hazeField.update (observers, routing, outputs);
     m_haze.setHaze (m_hazeField.getBands(), m_hazeField.getAzimuths());
-    m_overlay.setLayout (outputs >= 10);
+    m_overlay.setLayout (outputs >= 8, outputs >= 10);
     m_overlay.setLinks (table.isOn (ArcLink), table.isOn (VerticalLink));
     m_overlay.setDiffusionColour (KaJuceColourParamUser::colourForValue (table.get (locked ? lockedColourOf (ColDiffusion) : ColDiffusion)));
 }
