@@ -6,7 +6,9 @@
 // - glyph tables: the shipped fonts load, garbage is refused; the zero-size projection;
 // - the frame in a real window: a render that cannot take the lock draws nothing and does not
 //   wait; closing the window deletes every texture with the context, and a new context uploads
-//   them again (the title's bitmap text is back in the pixels);
+//   them again (the title's bitmap text is back in the pixels); the editor opened and closed
+//   again and again while audio runs (the sanitizer build runs this under ThreadSanitizer:
+//   scripts/sanitize-editor);
 // - binding through UpmixerEditor: one host gesture and one undo step per drag, 9999 never
 //   reaches the processor, announcements ("Name: value", name only, nothing);
 // - processor notices (a newer session) shown inside the editor, never in a window.
@@ -20,6 +22,9 @@
 
 #include <BinaryData.h>
 #include <gtest/gtest.h>
+
+#include <atomic>
+#include <thread>
 
 #include "XWindowGrab.h"
 
@@ -193,6 +198,47 @@ TEST (EditorFrame, LockedRenderSkipsAndTexturesFollowTheContext)
         EXPECT_EQ (frame.getNumTextures(), textures);
         EXPECT_GT (titlePixels(), 60);
     }
+}
+
+TEST (EditorFrame, OpensAndClosesWhileAudioRuns)
+{
+    if (juce::SystemStats::getEnvironmentVariable ("DISPLAY", {}).isEmpty())
+        GTEST_SKIP() << "needs an X display (the test command runs under Xvfb)";
+    UpmixerProcessor processor;
+    juce::AudioProcessor::BusesLayout layout;
+    layout.inputBuses.add (juce::AudioChannelSet::stereo());
+    layout.outputBuses.add (juce::AudioChannelSet::create7point1point4());
+    ASSERT_TRUE (processor.setBusesLayout (layout));
+    processor.prepareToPlay (48000.0, 256);
+    std::atomic<bool> running { true };
+    std::thread audio ([&]
+    {
+        juce::AudioBuffer<float> buffer (12, 256);
+        juce::MidiBuffer midi;
+        juce::Random random (3);
+        while (running)
+        {
+            for (int ch = 0; ch < 2; ++ch)
+                for (int i = 0; i < 256; ++i)
+                    buffer.setSample (ch, i, 0.3f * (random.nextFloat() - 0.5f));
+            processor.processBlock (buffer, midi);
+            std::this_thread::sleep_for (std::chrono::milliseconds (2));
+        }
+    });
+    for (int i = 0; i < 4; ++i)
+    {
+        UpmixerEditor editor (processor);
+        editor.addToDesktop (0);
+        editor.setVisible (true);
+        for (int page = 0; page < editor.getNumPages(); ++page)
+        {
+            editor.showPage (page);
+            juce::MessageManager::getInstance()->runDispatchLoopUntil (150);
+        }
+        EXPECT_GT (editor.getOglComponent().getNumFramesRendered(), 0);
+    }
+    running = false;
+    audio.join();
 }
 
 TEST (EditorBinding, GesturesUndoAnnouncementsAndNotices)
