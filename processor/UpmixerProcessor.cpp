@@ -70,6 +70,8 @@ UpmixerProcessor::UpmixerProcessor()
                                .withOutput ("5.1", juce::AudioChannelSet::create5point1(), true))
 {
     registerParameters (createParameterInfos());
+    for (size_t slot = 0; slot < trimShadow.size(); ++slot)
+        trimShadow[slot].store (getParameterTable().get (slot < 2 ? TrimSource0 + (int) slot : Trim0 + (int) slot - 2));
 
     for (int i = 0; i < KaProfiler::maxItems; ++i)
         profiler.registerItem (i, nullptr);
@@ -613,6 +615,27 @@ void UpmixerProcessor::parameterChanged (int number, float value, bool userChang
         carryLinked (number, arcGroup, 4, arcSnapshot.data());
     if (userChange && t.isOn (VerticalLink))
         carryLinked (number, verticalGroup, 2, verticalSnapshot.data());
+    if ((number >= TrimSource0 && number <= TrimSource1) || (number >= Trim0 && number < Trim0 + maxChannels))
+        carryTrimLink (number, value, userChange);
+}
+
+void UpmixerProcessor::carryTrimLink (int number, float value, bool userChange)
+{
+    // Shadow slots: 0, 1 the source trims, 2 + kind the outputs'. Pairs are neighbours from
+    // slot 0 (L / R of the source, then L / R, C / LFE unlinked, Ls / Rs, Lsr / Rsr, Lts / Rts,
+    // Trl / Trr), each with its link setting (-1: none).
+    static constexpr int links[] = { LinkSourceLR, LinkLR, -1, LinkLsRs, LinkLbRb, LinkLtsRts, LinkTrlTrr };
+    auto slotOf = [] (int n) { return n <= TrimSource1 ? n - TrimSource0 : 2 + n - Trim0; };
+    auto numberOf = [] (int slot) { return slot < 2 ? TrimSource0 + slot : Trim0 + slot - 2; };
+    const int slot = slotOf (number);
+    const float step = value - trimShadow[(size_t) slot].exchange (value, std::memory_order_relaxed);
+    const int link = links[slot / 2];
+    if (! userChange || link < 0 || ! getParameterTable().isOn (link) || step == 0.0f)
+        return;
+    const int partner = slot ^ 1;
+    const float moved = juce::jlimit (0.0f, 1.0f, trimShadow[(size_t) partner].load (std::memory_order_relaxed) + step);
+    trimShadow[(size_t) partner].store (moved, std::memory_order_relaxed);
+    setParameterNotifyingHost (numberOf (partner), moved, false);
 }
 
 void UpmixerProcessor::onHousekeeping()

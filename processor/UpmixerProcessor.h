@@ -130,6 +130,9 @@ private:
     /** Audio thread: takes what housekeeping changed while blocks were running. */
     void applyPendingChanges() noexcept;
     void carryLinked (int changed, const int* group, int groupSize, float* snapshot);
+    /** A trim changed: under its pair's Link setting, a change by the user moves the partner by
+        the same step (so a pair keeps its balance, and an undo moves both back). */
+    void carryTrimLink (int number, float value, bool userChange);
     bool isLinkAvailable (int number) const noexcept;
     void processWholeBlock (juce::AudioBuffer<float>& buffer, bool bypassed) noexcept;
 
@@ -159,5 +162,8 @@ private:
 
     std::array<float, 4> arcSnapshot {};
     std::array<float, 2> verticalSnapshot {};
+    /** The last value of each trim (the two source trims, then the twelve outputs'), so that a
+        linked partner moves by the same step. Written by whichever thread sets a trim. */
+    std::array<std::atomic<float>, 2 + maxChannels> trimShadow {};
     std::atomic<bool> pendingInputCheck { false };
 };

@@ -4,6 +4,7 @@
 //   every other meter stays at silence; when the blocks stop, the meters fall;
 // - the strips' switches set the solo or mute of their channel's kind (the host position is
 //   not the kind at 7.1.4) in one undo step, and swap when the per-user settings say so;
+// - a linked pair's trims move by the same step (undone together), an unlinked one alone;
 // - the strips follow a layout change (source and output counts, channel names; the Centre &
 //   LFE page's LFE strip).
 #include "editor/UpmixerEditor.h"
@@ -175,4 +176,38 @@ TEST (EditorIOPage, StripsFollowTheLayout)
         EXPECT_EQ (lfe.getChannelName(), "LFE");
         EXPECT_EQ (lfe.getTrim().getParameterIndex(), Trim0 + (int) KaChannelRouting::kindLfe);
     }
+}
+
+TEST (EditorIOPage, LinkedPairTrimsMoveTogetherInOneUndoStep)
+{
+    UpmixerProcessor processor;
+    setLayout (processor, juce::AudioChannelSet::stereo(), juce::AudioChannelSet::create5point1());
+    UpmixerEditor editor (processor);
+    editor.updateGui();
+    auto& page = editor.getIOPage();
+    const int routing = processor.getCurrentRouting();
+    auto outputTrim = [&] (int kind) -> KaJuceDragControl& { return page.getOutputStrip (KaChannelRouting::hostPositionOfKind (routing, kind)).getTrim(); };
+
+    struct Case { KaJuceDragControl& trim; int number, partner, link; };
+    const Case cases[] = {
+        { page.getSourceStrip (1).getTrim(), TrimSource1, TrimSource0, LinkSourceLR },
+        { outputTrim (KaChannelRouting::kindL), Trim0, Trim0 + 1, LinkLR },
+        { outputTrim (KaChannelRouting::kindRs), Trim0 + 5, Trim0 + 4, LinkLsRs },
+    };
+    for (const auto& c : cases)
+        for (const bool linked : { true, false })
+        {
+            processor.setParameterNotifyingHost (c.link, linked ? 1.0f : 0.0f, false);
+            processor.setParameterNotifyingHost (c.partner, 0.5f, false);  // a pair out of balance keeps its offset
+            processor.clearUndoHistory();
+            const float start = processor.getParameterValue (c.number);
+            c.trim.setValue (start - 0.1f, true);
+            EXPECT_NEAR (processor.getParameterValue (c.partner), linked ? 0.4f : 0.5f, 1e-5f) << c.number;
+            processor.undo();
+            EXPECT_NEAR (processor.getParameterValue (c.number), start, 1e-5f);
+            EXPECT_NEAR (processor.getParameterValue (c.partner), 0.5f, 1e-5f) << c.number;
+        }
+    processor.setParameterNotifyingHost (LinkSourceLR, 1.0f, false);  // per-user: back to the defaults
+    processor.setParameterNotifyingHost (LinkLR, 1.0f, false);
+    processor.setParameterNotifyingHost (LinkLsRs, 1.0f, false);
 }
