@@ -1,31 +1,41 @@
 # Fixes to the Debian JUCE 7.0.5 sources that the plug-in's own targets compile, applied to copies
 # in the build tree (the installed modules are never touched).
 
+# Writes a copy of a JUCE source with one text replaced, only when the copy changes (so that a
+# new configure rebuilds nothing). Sets `result` to FALSE when the text is not there: a JUCE that
+# needs no fix.
+function(orrin_write_patched_copy original copy from to result)
+    file(READ "${original}" text)
+    string(REPLACE "${from}" "${to}" fixed "${text}")
+    if(fixed STREQUAL text)
+        message(STATUS "${original}: nothing to patch")
+        set(${result} FALSE PARENT_SCOPE)
+        return()
+    endif()
+    set(current "")
+    if(EXISTS "${copy}")
+        file(READ "${copy}" current)
+    endif()
+    if(NOT current STREQUAL fixed)
+        file(WRITE "${copy}" "${fixed}")
+    endif()
+    set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${original}")
+    set(${result} TRUE PARENT_SCOPE)
+endfunction()
+
 # JUCE 7.0.5's VST3 wrapper copies each input bus's channel mapping (which holds a std::vector)
 # on every block, so every block allocates on the audio thread. The VST3 target is compiled
 # against a copy of the header that takes the mapping by reference, as later JUCE versions do.
 # The wrapper includes the header with angle brackets, so a copy earlier on the include path
 # replaces it.
 function(orrin_patch_vst3_wrapper target)
-    set(original "${JUCE_MODULES_DIR}/juce_audio_processors/format_types/juce_VST3Common.h")
     set(patchedRoot "${CMAKE_BINARY_DIR}/juce-patched")
-    set(patched "${patchedRoot}/juce_audio_processors/format_types/juce_VST3Common.h")
-    file(READ "${original}" text)
-    string(REPLACE "const auto mapping = map[busIndex];" "const auto& mapping = map[busIndex];" fixed "${text}")
-    if(fixed STREQUAL text)
-        message(STATUS "juce_VST3Common.h: nothing to patch (a JUCE that takes the mapping by reference)")
-        return()
+    orrin_write_patched_copy("${JUCE_MODULES_DIR}/juce_audio_processors/format_types/juce_VST3Common.h"
+                             "${patchedRoot}/juce_audio_processors/format_types/juce_VST3Common.h"
+                             "const auto mapping = map[busIndex];" "const auto& mapping = map[busIndex];" patched)
+    if(patched)
+        target_include_directories(${target} BEFORE PRIVATE "${patchedRoot}")
     endif()
-    # Written only when it changes, so that a new configure does not rebuild the wrapper.
-    set(current "")
-    if(EXISTS "${patched}")
-        file(READ "${patched}" current)
-    endif()
-    if(NOT current STREQUAL fixed)
-        file(WRITE "${patched}" "${fixed}")
-    endif()
-    set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${original}")
-    target_include_directories(${target} BEFORE PRIVATE "${patchedRoot}")
 endfunction()
 
 # JUCE 7.0.5's LV2 wrapper resizes its audio buffer to each block keeping the old content, which
@@ -35,26 +45,15 @@ endfunction()
 # within the prepared size. The wrapper's translation unit includes everything else by include
 # path, so the copy can live anywhere.
 function(orrin_patch_lv2_wrapper)
-    set(original "${JUCE_MODULES_DIR}/juce_audio_plugin_client/LV2/juce_LV2_Client.cpp")
-    set(patched "${CMAKE_BINARY_DIR}/juce-patched/juce_LV2_Client.cpp")
-    file(READ "${original}" text)
-    string(REPLACE "audio.setSize (audio.getNumChannels(), static_cast<int> (numSteps), true, false, true);"
-                   "audio.setSize (audio.getNumChannels(), static_cast<int> (numSteps), false, false, true);" fixed "${text}")
-    if(fixed STREQUAL text)
-        message(STATUS "juce_LV2_Client.cpp: nothing to patch")
-        return()
+    set(copy "${CMAKE_BINARY_DIR}/juce-patched/juce_LV2_Client.cpp")
+    orrin_write_patched_copy("${JUCE_MODULES_DIR}/juce_audio_plugin_client/LV2/juce_LV2_Client.cpp" "${copy}"
+                             "audio.setSize (audio.getNumChannels(), static_cast<int> (numSteps), true, false, true);"
+                             "audio.setSize (audio.getNumChannels(), static_cast<int> (numSteps), false, false, true);" patched)
+    if(patched)
+        get_target_property(sources juce_audio_plugin_client_LV2 INTERFACE_SOURCES)
+        list(TRANSFORM sources REPLACE ".*/juce_audio_plugin_client_LV2\\.cpp$" "${copy}")
+        set_target_properties(juce_audio_plugin_client_LV2 PROPERTIES INTERFACE_SOURCES "${sources}")
     endif()
-    set(current "")
-    if(EXISTS "${patched}")
-        file(READ "${patched}" current)
-    endif()
-    if(NOT current STREQUAL fixed)
-        file(WRITE "${patched}" "${fixed}")
-    endif()
-    set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${original}")
-    get_target_property(sources juce_audio_plugin_client_LV2 INTERFACE_SOURCES)
-    list(TRANSFORM sources REPLACE ".*/juce_audio_plugin_client_LV2\\.cpp$" "${patched}")
-    set_target_properties(juce_audio_plugin_client_LV2 PROPERTIES INTERFACE_SOURCES "${sources}")
 endfunction()
 
 # JUCE's module sources are compiled inside our targets, under our warning flags, and GCC 12 finds

@@ -44,37 +44,41 @@ namespace
     thread_local std::size_t allocationCount = 0;
     thread_local std::size_t lockCount = 0;
 
+    /** Whether a call from `caller` counts now: on a counting thread, and (when only calls from
+        outside the program count) not from the program's own code. */
+    inline bool counts (const void* caller) noexcept
+    {
+        const auto* address = static_cast<const char*> (caller);
+        return counting && ! (outsideOnly && address >= &__executable_start && address < &etext);
+    }
+
+    /** With the variable set, the stack of a counted call goes to stderr (uncounted itself). */
+    inline void traceIf (const char* variable) noexcept
+    {
+        if (std::getenv (variable) == nullptr)
+            return;
+        counting = false;
+        void* frames[24];
+        backtrace_symbols_fd (frames, backtrace (frames, 24), 2);
+        counting = true;
+    }
+
     /** caller: the return address of the allocation call, i.e. the code that asked for memory. */
     inline void note (const void* caller) noexcept
     {
-        if (! counting)
-            return;
-        const auto* address = static_cast<const char*> (caller);
-        if (outsideOnly && address >= &__executable_start && address < &etext)
-            return;
-        ++allocationCount;
-        if (std::getenv ("ORRIN_ALLOC_TRACE") != nullptr)
+        if (counts (caller))
         {
-            counting = false;
-            void* frames[24];
-            backtrace_symbols_fd (frames, backtrace (frames, 24), 2);
-            counting = true;
+            ++allocationCount;
+            traceIf ("ORRIN_ALLOC_TRACE");
         }
     }
 
     inline void noteLock (const void* caller) noexcept
     {
-        const auto* address = static_cast<const char*> (caller);
-        if (counting && ! (outsideOnly && address >= &__executable_start && address < &etext))
+        if (counts (caller))
         {
             ++lockCount;
-            if (std::getenv ("ORRIN_LOCK_TRACE") != nullptr)
-            {
-                counting = false;
-                void* frames[24];
-                backtrace_symbols_fd (frames, backtrace (frames, 24), 2);
-                counting = true;
-            }
+            traceIf ("ORRIN_LOCK_TRACE");
         }
     }
 
