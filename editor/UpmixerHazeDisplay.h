@@ -1,7 +1,6 @@
 #pragma once
 
 #include "analysis/UpmixerHazeField.h"
-#include "editor/KaGuiText.h"
 #include "editor/KaJuceOglFont.h"
 #include "editor/KaOglChildComponent.h"
 #include "editor/UpmixerFieldGeometry.h"
