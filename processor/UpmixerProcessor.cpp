@@ -423,16 +423,22 @@ void UpmixerProcessor::applyOutputGains (int numSamples) noexcept
 {
     const auto& t = getParameterTable();
     bool anySolo = false;
-    for (int i = 0; i < maxChannels; ++i)
-        anySolo = anySolo || t.isOn (Solo0 + i);
+    for (int kind = 0; kind < numOutputs; ++kind)
+        anySolo = anySolo || t.isOn (Solo0 + kind);
 
-    for (int ch = 0; ch < maxChannels; ++ch)
+    // The families are numbered by channel kind, the engine's buffers by host position: each
+    // kind's gain goes to the position that carries it under the current routing.
+    const int routing = getCurrentRouting();
+    for (int kind = 0; kind < numOutputs; ++kind)
     {
+        const int ch = Routing_::hostPositionOfKind (routing, kind);
+        if (ch < 0 || ch >= maxChannels)
+            continue;
         // Solo wins over mute: once any output is soloed, exactly the soloed ones play.
-        const bool muted = anySolo ? ! t.isOn (Solo0 + ch) : t.isOn (Mute0 + ch);
-        const float gain = muted ? 0.0f : levelGain (t, Trim0 + ch);
-        outputGain[(size_t) ch].setTarget (gain);
-        outputGain[(size_t) ch].process (engineBuffer.getWritePointer (ch), numSamples);
+        const bool muted = anySolo ? ! t.isOn (Solo0 + kind) : t.isOn (Mute0 + kind);
+        const float gain = muted ? 0.0f : levelGain (t, Trim0 + kind);
+        outputGain[(size_t) kind].setTarget (gain);
+        outputGain[(size_t) kind].process (engineBuffer.getWritePointer (ch), numSamples);
     }
 }
 

@@ -155,7 +155,8 @@ private:
 
     juce::AudioBuffer<float> engineBuffer, sourceBuffer, downmixBuffer, deltaBuffer;
     std::array<CDelayFilter<float>, maxChannels> inputDelay, sourceDelay, sendDelay;
-    std::array<CGainRamp, maxChannels> inputGain, outputGain;
+    std::array<CGainRamp, maxChannels> inputGain;   // by host input channel
+    std::array<CGainRamp, maxChannels> outputGain;  // by output channel kind, so a ramp follows its speaker
     std::array<CGainRamp, 2> downmixGain;
     juce::uint32 sourceFed = 0;  // channels whose source delay line carried input last block
     UpmixerDownmix::Coefficients downmixCoefficients;  // those of the last block, glided from

@@ -2,12 +2,14 @@
 // - the reported latency, and Listen Source playing the input delayed by exactly it, through
 //   the input trims and mutes (per side for stereo, one shared trim otherwise), not under Bypass;
 // - output mutes and solos act within milliseconds at any block size (solo wins over mute; one
-//   solo silences every other output);
+//   solo silences every other output); each output trim, mute and solo reaches the speaker its
+//   name says in every layout, in JUCE's order and in orders picked by hand;
 // - the Listen table's priority and the 10 ms crossfade following its curve at 44.1 and 96 kHz;
 // - block sizes 0..8192, rates 22.05..192 kHz and NaN/Inf input never crash or leak non-finite
 //   samples, and the block path neither allocates after the first block of a size (operator new
 //   or C's malloc family) nor waits on a lock (the counter is shown to see both); a host's
 //   channels past the twelfth stay untouched.
+#include "processor/KaChannelRouting.h"
 #include "processor/UpmixerParameters.h"
 #include "support/AllocationCounter.h"
 #include "support/ProcessorHarness.h"
@@ -15,6 +17,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <map>
 
 using namespace UpmixerParam;
 
@@ -121,6 +124,66 @@ TEST (ProcessorBlock, MutesAndSolosActWithinMillisecondsAtAnyBlockSize)
         const double settled = TestSignals::rms (out, 1, fourMs);
         EXPECT_GT (settled, 1.0e-3);
         EXPECT_NEAR (TestSignals::rms (out, 1, fourMs, fourMs), settled, settled * 0.5) << "back at full level within 4 ms";
+    }
+}
+
+TEST (ProcessorBlock, OutputTrimsMutesAndSolosActOnTheSpeakerTheirNameSays)
+{
+    // They were once applied by host position: at 7.1.4 "Mute Lsr" silenced the top front left.
+    // Per layout, JUCE's own order (the default routing) and one order picked by hand; each
+    // output's trim is distinct, so the level of a channel tells which trim reached it.
+    constexpr int delivered = 100;  // the Routing choice "Default": the order JUCE hands over
+    struct Row
+    {
+        int outputs, routing, muted, soloed;  // muted and soloed are channel kinds
+    };
+    using namespace KaChannelRouting;
+    const Row rows[] = {
+        { 6, delivered, kindR, kindLs }, { 6, 0, kindR, kindLfe }, { 8, delivered, kindLsr, kindRs }, { 8, 9, kindLsr, kindLs },
+        { 10, delivered, kindLts, kindRsr }, { 10, 15, kindLts, kindLfe }, { 12, delivered, kindLsr, kindLts }, { 12, 24, kindTrl, kindLsr },
+    };
+    using T = juce::AudioChannelSet::ChannelType;
+    const std::map<T, int> speakerOfType {
+        { T::left, kindL }, { T::right, kindR }, { T::centre, kindC }, { T::LFE, kindLfe }, { T::leftSurround, kindLs },
+        { T::rightSurround, kindRs }, { T::leftSurroundSide, kindLs }, { T::rightSurroundSide, kindRs },
+        { T::leftSurroundRear, kindLsr }, { T::rightSurroundRear, kindRsr }, { T::topSideLeft, kindLts }, { T::topSideRight, kindRts },
+        { T::topFrontLeft, kindLts }, { T::topFrontRight, kindRts }, { T::topRearLeft, kindTrl }, { T::topRearRight, kindTrr },
+    };
+    auto trimDb = [] (int kind) { return -2.0f * (float) (kind + 1); };
+
+    // Partly correlated noise, so that every speaker, the heights too, carries sound.
+    auto input = TestSignals::noise (2, 8192, 11);
+    input.addFrom (1, 0, input, 0, 0, input.getNumSamples(), 0.7f);
+    const int settled = 2048;  // past the latency and the gain ramps
+
+    for (const auto& row : rows)
+    {
+        SCOPED_TRACE (testing::Message() << row.outputs << " outputs, routing choice " << row.routing);
+        auto render = [&] (bool trimmed, int muted, int soloed)
+        {
+            ProcessorHarness h (2, row.outputs);
+            h.set (Routing, KaParameterTable::valueOfChoice (row.routing));
+            for (int kind = 0; trimmed && kind < numOutputs; ++kind)
+                h.set (Trim0 + kind, trimValue (trimDb (kind)));
+            if (muted >= 0)
+                h.set (Mute0 + muted, 1.0f);
+            if (soloed >= 0)
+                h.set (Solo0 + soloed, 1.0f);
+            return h.run (input);
+        };
+        const auto plain = render (false, -1, -1), withMute = render (true, row.muted, -1), withSolo = render (true, -1, row.soloed);
+        const auto set = ProcessorHarness::outputSet (row.outputs);
+        for (int ch = 0; ch < row.outputs; ++ch)
+        {
+            const int speaker = row.routing == delivered ? speakerOfType.at (set.getTypeOfChannel (ch)) : kindAtPosition (row.routing, ch);
+            const double reference = TestSignals::rms (plain, ch, settled);
+            ASSERT_GT (reference, 1.0e-5) << "channel " << ch;
+            const double trim = gainOf (trimDb (speaker));
+            EXPECT_NEAR (TestSignals::rms (withMute, ch, settled) / reference, speaker == row.muted ? 0.0 : trim, 1.0e-3)
+                << "channel " << ch << " carries " << kindName (speaker);
+            EXPECT_NEAR (TestSignals::rms (withSolo, ch, settled) / reference, speaker == row.soloed ? trim : 0.0, 1.0e-3)
+                << "channel " << ch << " carries " << kindName (speaker);
+        }
     }
 }
 
