@@ -125,6 +125,7 @@ void UpmixerAlgo::prepare (UpmixerAlgoInterface* newHost, float newSampleRate)
     diffuseStage.reset();
     centreLfeStage.reset();
     overheadStage.reset();
+    ambisonicStage.reset();
 
     if (host != nullptr && ! profilerRegistered)
         if (auto* profiler = host->getProfiler())
@@ -309,4 +310,20 @@ void UpmixerAlgo::runOverheads (const UpmixerChannels& channels, int numSamples)
     settings.extendedRange = p (ExtendedVerticalParamRange) != 0.0f;
     settings.numOverheads = numOverheadChannels;
     overheadStage.process (channels, numSamples, settings, panLaw);
+}
+
+void UpmixerAlgo::encodeAmbisonic (float* const* block, int numChannels, float* const* out, int numOut, int numSamples,
+                                   int order, int format) noexcept
+{
+    if (host == nullptr || numSamples <= 0)
+        return;
+    UpmixerAmbisonicStage::Settings settings;
+    settings.order = order;
+    settings.format = format;
+    settings.onPhase = p (VerticalOnPhase);
+    settings.offPhase = p (VerticalOffPhase);
+    settings.excludeCentre = p (VerticalExcludeC) != 0.0f;
+    settings.extendedRange = p (ExtendedVerticalParamRange) != 0.0f;
+    ambisonicStage.process (UpmixerChannels (block, std::min (numChannels, maxChannels), outputLayout), out, numOut,
+                            numSamples, settings);
 }

@@ -4,6 +4,7 @@
 #include "dsp/CRecursiveFilter.h"
 #include "dsp/CircularAudioBuffer.h"
 #include "engine/UpmixerAlgoInterface.h"
+#include "engine/UpmixerAmbisonicStage.h"
 #include "engine/UpmixerCentreLfeStage.h"
 #include "engine/UpmixerDiffuseStage.h"
 #include "engine/UpmixerFrequencyDomainAlgo.h"
@@ -42,6 +43,13 @@ public:
         (at most 12 are used); any numSamples. Without a host (never prepared with one) the block is
         left alone. */
     void process (float* const* block, int numChannels, int numSamples) noexcept;
+
+    /** Audio thread, no allocation: encodes a processed block (numChannels channels laid out by
+        outputLayout) into numOut Ambisonic channels of the given order (1..3) and format
+        (AmbisonicFormat), with the height controls VerticalOnPhase, VerticalOffPhase and
+        VerticalExcludeC. out must not share memory with block. */
+    void encodeAmbisonic (float* const* block, int numChannels, float* const* out, int numOut, int numSamples, int order,
+                          int format) noexcept;
 
     /** Any thread, no allocation: samples between input and output, the overlapper's frame of
         1024 plus the hop of look-ahead that the dialogue mask and the split work behind. */
@@ -104,5 +112,6 @@ private:
     UpmixerDiffuseStage diffuseStage;
     UpmixerCentreLfeStage centreLfeStage;
     UpmixerOverheadStage overheadStage;
+    UpmixerAmbisonicStage ambisonicStage;
     UpmixerMultiInputStage multiInputStage;
 };
