@@ -37,7 +37,7 @@ UpmixerObservers::UpmixerObservers (const KaJuceChannelUser& provider)
       coherence (new UpmixerStereoCoherenceObserver (&provider, "m_observerStereoCoherence"))
 {
     for (int row = 0; row < numRows; ++row)
-        for (int i = 0; i < metersPerRow; ++i)
+        for (int i = 0; i < metersInRow ((Row) row); ++i)
         {
             auto& meter = meters[(size_t) row][(size_t) i];
             meter = new KaJuceObserverLevelMeter (rowNames[row] + juce::String (i) + "]");
@@ -82,8 +82,21 @@ void UpmixerObservers::feedSource (float* const* inputs, int numInputs, int numS
     if (numInputs <= 0 || numSamples <= 0 || ! m_bActive.load (std::memory_order_relaxed))
         return;
     view.setDataToReferTo (inputs, std::min (numInputs, metersPerRow), numSamples);
-    for (auto& meter : meters[rowSource])
-        meter->observe (view);
+    observeRow (rowSource);
+}
+
+void UpmixerObservers::feedAmbisonic (float* const* outputs, int numOutputs, int numSamples) noexcept
+{
+    if (numOutputs <= 0 || numSamples <= 0 || ! m_bActive.load (std::memory_order_relaxed))
+        return;
+    view.setDataToReferTo (outputs, std::min (numOutputs, (int) numAmbisonicMeters), numSamples);
+    observeRow (rowAmbisonic);
+}
+
+void UpmixerObservers::observeRow (Row row) noexcept
+{
+    for (int i = 0; i < metersInRow (row); ++i)
+        meters[(size_t) row][(size_t) i]->observe (view);
 }
 
 void UpmixerObservers::feedOutputs (const Signals& s, int numSamples) noexcept
@@ -94,8 +107,7 @@ void UpmixerObservers::feedOutputs (const Signals& s, int numSamples) noexcept
     if (s.numUpmix > 0)
     {
         view.setDataToReferTo (s.upmix, std::min (s.numUpmix, metersPerRow), numSamples);
-        for (auto& meter : meters[rowUpmix])
-            meter->observe (view);
+        observeRow (rowUpmix);
 
         const int pairs = s.numUpmix < 9 ? numBedPairs : numPairs;
         for (int i = 0; i < pairs; ++i)
@@ -106,8 +118,7 @@ void UpmixerObservers::feedOutputs (const Signals& s, int numSamples) noexcept
     if (s.downmix != nullptr)
     {
         view.setDataToReferTo (s.downmix, 2, numSamples);
-        for (auto& meter : meters[rowDownmix])
-            meter->observe (view);
+        observeRow (rowDownmix);
         downmixCorrelation->observe (view);
     }
 
@@ -149,13 +160,13 @@ void UpmixerObservers::feedAnalysers (const Signals& s, int numSamples) noexcept
 
 void UpmixerObservers::resetSourceMeters() noexcept
 {
-    for (auto& meter : meters[rowSource])
-        meter->clear();
+    for (int i = 0; i < metersPerRow; ++i)
+        meters[rowSource][(size_t) i]->clear();
 }
 
 KaJuceObserverLevelMeter::Ptr UpmixerObservers::getLevelMeter (Row row, int index) const noexcept
 {
-    if (row < 0 || row >= numRows || index < 0 || index >= metersPerRow)
+    if (row < 0 || row >= numRows || index < 0 || index >= metersInRow (row))
         return {};
     return meters[(size_t) row][(size_t) index];
 }

@@ -11,10 +11,10 @@
 
 /** Every observer of the upmixer's processor, and the block path's few calls that feed them.
 
-    - Level meters in four rows of twelve, meter i measuring channel i of its row's signal:
-      the source (host inputs after the input trims), the upmix (engine outputs after trims,
-      mutes and solos), the downmix (two) and the Ambisonic outputs (no Ambisonic output bus
-      exists yet, so that row is never fed and reads silence).
+    - Level meters in four rows, meter i measuring channel i of its row's signal: the source
+      (host inputs after the input trims), the upmix (engine outputs after trims, mutes and
+      solos) and the downmix (two), twelve meters each, and the Ambisonic outputs, sixteen (fed
+      only while the output bus is Ambisonic; otherwise they read silence).
     - Correlation meters: the source's L and R (the time-aligned copy the Listen modes play),
       the downmix pair, and pairs of neighbouring speakers of the upmix: the first nine take the
       bed, the other seven involve the heights and are fed only from 10 outputs on.
@@ -31,6 +31,7 @@ class UpmixerObservers
 public:
     enum Row { rowSource, rowUpmix, rowDownmix, rowAmbisonic, numRows };
     static constexpr int metersPerRow = 12;
+    static constexpr int numAmbisonicMeters = 16;
     static constexpr int numPairs = 16;
     static constexpr int numBedPairs = 9;
     static constexpr int analyserFftSize = 256;
@@ -70,6 +71,12 @@ public:
         the analysers, after the downmix. numSamples at most prepare()'s maxBlock. */
     void feedOutputs (const Signals& signals, int numSamples) noexcept;
 
+    /** Audio thread, no allocation: the Ambisonic meters, with the host outputs (at most 16). */
+    void feedAmbisonic (float* const* outputs, int numOutputs, int numSamples) noexcept;
+
+    /** Any thread, no allocation: how many meters a row has. */
+    static constexpr int metersInRow (Row row) noexcept { return row == rowAmbisonic ? numAmbisonicMeters : metersPerRow; }
+
     /** Any thread but the audio thread, no allocation: the source meters start again. */
     void resetSourceMeters() noexcept;
 
@@ -94,7 +101,9 @@ public:
 private:
     void feedAnalysers (const Signals& signals, int numSamples) noexcept;
 
-    std::array<std::array<KaJuceObserverLevelMeter::Ptr, metersPerRow>, numRows> meters;
+    void observeRow (Row row) noexcept;
+
+    std::array<std::array<KaJuceObserverLevelMeter::Ptr, numAmbisonicMeters>, numRows> meters;
     KaJuceObserverCorrelation::Ptr sourceCorrelation, downmixCorrelation;
     std::array<KaJuceObserverCorrelation::Ptr, numPairs> pairCorrelation;
     SpatialHazeObserver::Ptr upmixHaze, stereoHaze;

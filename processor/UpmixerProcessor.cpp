@@ -110,8 +110,10 @@ bool UpmixerProcessor::isBusesLayoutSupported (const BusesLayout& layouts) const
     const int numIn = in.size();
     if (numIn < 1 || numIn > 10)
         return false;
+    const int order = out.getAmbisonicOrder();
     return out == juce::AudioChannelSet::create5point1() || out == juce::AudioChannelSet::create7point1()
-           || out == juce::AudioChannelSet::create7point1point2() || out == juce::AudioChannelSet::create7point1point4();
+           || out == juce::AudioChannelSet::create7point1point2() || out == juce::AudioChannelSet::create7point1point4()
+           || (order >= 1 && order <= UpmixerAmbisonicStage::maxOrder);
 }
 
 void UpmixerProcessor::numChannelsChanged()
@@ -122,17 +124,9 @@ void UpmixerProcessor::numChannelsChanged()
     checkNumInputChannels();
 }
 
-void UpmixerProcessor::buildLayout (const BusesLayout* buses, int numIn, int numOut) noexcept
+int UpmixerProcessor::deliveredRouting (const BusesLayout* buses, int numOut) noexcept
 {
-    layout.numInputs = juce::jlimit (0, maxChannels, numIn);
-    layout.numOutputs = numOut;
-    layout.inputKinds.fill (-1);
-    layout.deliveredRouting = -1;
-
-    engineOutputs = numOut <= 6 ? 6 : numOut <= 8 ? 8 : numOut <= 10 ? 10 : 12;
-    numOverheads = engineOutputs - 8 > 0 ? engineOutputs - 8 : 0;
-
-    // Output: the routing whose order matches the speakers JUCE hands over.
+    // The routing whose order matches the speakers JUCE hands over.
     std::array<int, maxChannels> outKinds {};
     bool typed = buses != nullptr && buses->getMainOutputChannelSet().size() == numOut && numOut <= maxChannels;
     for (int i = 0; typed && i < numOut; ++i)
@@ -156,7 +150,28 @@ void UpmixerProcessor::buildLayout (const BusesLayout* buses, int numIn, int num
         for (int i = 0; i < maxChannels; ++i)
             outKinds[(size_t) i] = frontHeights ? juce714[i] : i;
     }
-    layout.deliveredRouting = Routing_::routingMatchingKinds (outKinds.data(), juce::jmin (numOut, maxChannels), frontHeights);
+    return Routing_::routingMatchingKinds (outKinds.data(), juce::jmin (numOut, maxChannels), frontHeights);
+}
+
+void UpmixerProcessor::buildLayout (const BusesLayout* buses, int numIn, int numOut) noexcept
+{
+    layout.numInputs = juce::jlimit (0, maxChannels, numIn);
+    layout.numOutputs = numOut;
+    layout.inputKinds.fill (-1);
+    layout.deliveredRouting = -1;
+
+    // An Ambisonic bus is known by its set; without one, by the counts only it can have.
+    const int setOrder = buses != nullptr && buses->getMainOutputChannelSet().size() == numOut
+                             ? buses->getMainOutputChannelSet().getAmbisonicOrder()
+                             : (numOut == 4 ? 1 : numOut == 9 ? 2 : numOut == 16 ? 3 : -1);
+    ambisonicOrder = setOrder >= 1 && setOrder <= UpmixerAmbisonicStage::maxOrder ? setOrder : 0;
+
+    // Ambisonic output encodes a 7.1 upmix: the overheads' lift is the encoder's own.
+    engineOutputs = ambisonicOrder > 0 ? 8 : numOut <= 6 ? 6 : numOut <= 8 ? 8 : numOut <= 10 ? 10 : 12;
+    numOverheads = engineOutputs - 8 > 0 ? engineOutputs - 8 : 0;
+
+    if (ambisonicOrder == 0)
+        layout.deliveredRouting = deliveredRouting (buses, numOut);
 
     // Input: named speakers by their type; discrete channels in the engine's native orders.
     const int n = juce::jmin (layout.numInputs, 10);
@@ -210,6 +225,8 @@ void UpmixerProcessor::applyInputCount (int inputs) noexcept
 
 juce::String UpmixerProcessor::getOutputBusName() const
 {
+    if (ambisonicOrder > 0)
+        return "Ambisonic";
     if (engineOutputs == 8)
         return "7.1";
     if (engineOutputs == 10 || engineOutputs == 12)
@@ -273,8 +290,9 @@ void UpmixerProcessor::prepareToPlay (double sampleRate, int maximumExpectedSamp
         inputDelay[(size_t) ch].setMaxDelay (latency);
         sourceDelay[(size_t) ch].setMaxDelay (latency);
         sourceDelay[(size_t) ch].setDelay (latency);
-        sendDelay[(size_t) ch].setMaxDelay (4096);
     }
+    for (auto& delay : sendDelay)
+        delay.setMaxDelay (4096);
     // Gains move to new targets in 3 ms, a de-click ramp short enough to hear as immediate.
     const int rampSamples = juce::roundToInt (0.003 * currentSampleRate);
     for (auto* ramps : { inputGain.data(), outputGain.data() })
@@ -491,7 +509,30 @@ void UpmixerProcessor::processChunk (float* const* host, int numHostChannels, in
     computeDownmix (numSamples);
     feedObservers (numSamples);
 
-    const int numOutputs = juce::jmin (getTotalNumOutputChannels(), numHostChannels, maxChannels);
+    const int numOutputs = juce::jmin (getTotalNumOutputChannels(), numHostChannels, (int) maxHostOutputs);
+    if (ambisonicOrder > 0)
+        writeAmbisonic (host, numOutputs, numSamples, bypassed || bypass);
+    else
+        writeMonitored (host, numOutputs, numSamples, bypassed);
+
+    if (sendSelector != -1)
+        for (int ch = 0; ch < numOutputs; ++ch)
+            sendDelay[(size_t) ch].processInPlace (host[ch], numSamples);
+}
+
+void UpmixerProcessor::writeAmbisonic (float* const* host, int numOutputs, int numSamples, bool bypass) noexcept
+{
+    // Bypassed, the time-aligned source is encoded instead: L and R from the front pair.
+    auto& encoded = bypass ? sourceBuffer : engineBuffer;
+    m_upmixerAlgo.encodeAmbisonic (encoded.getArrayOfWritePointers(), maxChannels, host, numOutputs, numSamples,
+                                   ambisonicOrder, ambisonicFormat);
+    m_observers.feedAmbisonic (host, numOutputs, numSamples);
+}
+
+void UpmixerProcessor::writeMonitored (float* const* host, int numOutputs, int numSamples, bool bypassed) noexcept
+{
+    const auto& t = getParameterTable();
+    const int routing = getCurrentRouting();
     UpmixerMonitor::Signals signals;
     signals.upmix = engineBuffer.getArrayOfReadPointers();
     signals.numUpmix = juce::jmin (engineOutputs, numOutputs);
@@ -502,11 +543,7 @@ void UpmixerProcessor::processChunk (float* const* host, int numHostChannels, in
     signals.routing = routing;
 
     const int mode = bypassed ? UpmixerMonitor::modeSource : UpmixerMonitor::selectMode (t);
-    monitor.process (mode, signals, host, numOutputs, numSamples, currentSampleRate);
-
-    if (sendSelector != -1)
-        for (int ch = 0; ch < numOutputs; ++ch)
-            sendDelay[(size_t) ch].processInPlace (host[ch], numSamples);
+    monitor.process (mode, signals, host, juce::jmin (numOutputs, (int) maxChannels), numSamples, currentSampleRate);
 }
 
 void UpmixerProcessor::feedObservers (int numSamples) noexcept

@@ -23,6 +23,8 @@ class UpmixerProcessor : public KaJuceProcessorBase, public UpmixerAlgoInterface
 {
 public:
     static constexpr int maxChannels = 12;
+    /** Host outputs: 12 speakers, or up to 16 Ambisonic channels (third order). */
+    static constexpr int maxHostOutputs = UpmixerAmbisonicStage::maxChannels;
 
     UpmixerProcessor();
     ~UpmixerProcessor() override;
@@ -56,6 +58,9 @@ public:
     // Channels --------------------------------------------------------------------------------
     int getCurrentRouting() const noexcept override { return currentRouting.load (std::memory_order_relaxed); }
     int getEngineOutputCount() const noexcept { return engineOutputs; }
+    /** 1..3 while the host's output bus is Ambisonic (the engine then runs as 7.1 and its
+        Ambisonic stage writes the outputs), otherwise 0. */
+    int getAmbisonicOrder() const noexcept { return ambisonicOrder; }
     /** The name reported for the output bus: "Ambisonic", "7.1", "Overheads" or "5.1". */
     juce::String getOutputBusName() const;
 
@@ -118,6 +123,8 @@ private:
     };
 
     void buildLayout (const BusesLayout* busLayout, int numIn, int numOut) noexcept;
+    /** The routing whose order matches the speakers of a speaker output bus, or -1. */
+    static int deliveredRouting (const BusesLayout* buses, int numOut) noexcept;
     void resolveRouting() noexcept;
     void processChunk (float* const* host, int numHostChannels, int numSamples, bool bypassed) noexcept;
     void applyInputTrims (float* const* host, int numInputs, int numSamples) noexcept;
@@ -125,6 +132,9 @@ private:
     void applyOutputGains (int numSamples) noexcept;
     void computeDownmix (int numSamples) noexcept;
     void feedObservers (int numSamples) noexcept;
+    /** Step 13 of the block: the engine's Ambisonic encoding, or the Listen selection. */
+    void writeAmbisonic (float* const* host, int numOutputs, int numSamples, bool bypass) noexcept;
+    void writeMonitored (float* const* host, int numOutputs, int numSamples, bool bypassed) noexcept;
     void updateLatency();
     void applyInputCount (int inputs) noexcept;
     /** Audio thread: takes what housekeeping changed while blocks were running. */
@@ -145,6 +155,7 @@ private:
     std::atomic<int> currentRouting { 1 };
     int engineOutputs = 6;
     int numOverheads = 0;
+    int ambisonicOrder = 0;
     int ambisonicFormat = 0;
     int sendSelector = -1;
     int reportedLatency = 0;
@@ -154,7 +165,8 @@ private:
     int maxBlock = 0;
 
     juce::AudioBuffer<float> engineBuffer, sourceBuffer, downmixBuffer, deltaBuffer;
-    std::array<CDelayFilter<float>, maxChannels> inputDelay, sourceDelay, sendDelay;
+    std::array<CDelayFilter<float>, maxChannels> inputDelay, sourceDelay;
+    std::array<CDelayFilter<float>, maxHostOutputs> sendDelay;
     std::array<CGainRamp, maxChannels> inputGain;   // by host input channel
     std::array<CGainRamp, maxChannels> outputGain;  // by output channel kind, so a ramp follows its speaker
     std::array<CGainRamp, 2> downmixGain;

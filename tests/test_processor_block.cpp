@@ -8,7 +8,9 @@
 // - block sizes 0..8192, rates 22.05..192 kHz and NaN/Inf input never crash or leak non-finite
 //   samples, and the block path neither allocates after the first block of a size (operator new
 //   or C's malloc family) nor waits on a lock (the counter is shown to see both); a host's
-//   channels past the twelfth stay untouched.
+//   channels past its outputs stay untouched;
+// - an Ambisonic bus (orders 1 to 3, both formats) runs the engine as 7.1, is named "Ambisonic",
+//   fills every channel, feeds its meters, and FuMa's W is AmbiX's at -3 dB.
 #include "processor/KaChannelRouting.h"
 #include "processor/UpmixerParameters.h"
 #include "support/AllocationCounter.h"
@@ -293,7 +295,7 @@ TEST (ProcessorBlock, NoAllocationAfterTheFirstBlockOfASize)
         EXPECT_EQ (check.blockingLocks(), 1u);
     }
 
-    for (int outputs : { 6, 8, 10, 12 })
+    for (int outputs : { 6, 8, 10, 12, 4, 9, 16 })
     {
         ProcessorHarness h (2, outputs, 48000.0, 512);
         h.set (MonitorDownmix, 1.0f);
@@ -318,7 +320,41 @@ TEST (ProcessorBlock, NoAllocationAfterTheFirstBlockOfASize)
         }
         EXPECT_EQ (check.allocations(), 0u) << outputs << " outputs";
         EXPECT_EQ (check.blockingLocks(), 0u) << outputs << " outputs";
-        for (int ch = 12; ch < block.getNumChannels(); ++ch)
+        for (int ch = outputs; ch < block.getNumChannels(); ++ch)
             EXPECT_EQ (block.getSample (ch, 300), 0.125f * (float) ch);
+    }
+}
+
+TEST (ProcessorBlock, AmbisonicBusEncodesASevenOneUpmix)
+{
+    // The same input in both formats: FuMa's W is AmbiX's at -3 dB, and the rest of the
+    // channels are the same harmonics reordered and reweighted, so every channel is heard.
+    const auto input = TestSignals::noise (2, 48000, 5);
+    for (int outputs : { 4, 9, 16 })
+    {
+        std::array<double, 2> w {};
+        for (int format : { 0, 1 })
+        {
+            ProcessorHarness h (2, outputs);
+            h.set (AmbisonicFormat, KaParameterTable::valueOfChoice (format));
+            h.processor->runHousekeeping();
+            EXPECT_EQ (h.processor->getOutputBusName(), "Ambisonic");
+            EXPECT_EQ (h.processor->getEngineOutputCount(), 8);
+            EXPECT_EQ (h.processor->getAmbisonicOrder(), outputs == 4 ? 1 : outputs == 9 ? 2 : 3);
+
+            const auto out = h.run (input);
+            ASSERT_TRUE (TestSignals::allFinite (out));
+            for (int ch = 0; ch < outputs; ++ch)
+                EXPECT_GT (TestSignals::rms (out, ch, 24000), 1.0e-3) << outputs << " outputs, format " << format << ", channel " << ch;
+            w[(size_t) format] = TestSignals::rms (out, 0, 24000);
+
+            const auto& observers = h.processor->getObservers();
+            EXPECT_GT (observers.getLevelMeter (UpmixerObservers::rowAmbisonic, outputs - 1)->getLevelDb(), -60.0f);
+            if (outputs < UpmixerObservers::numAmbisonicMeters)
+            {
+                EXPECT_LT (observers.getLevelMeter (UpmixerObservers::rowAmbisonic, outputs)->getLevelDb(), -150.0f);
+            }
+        }
+        EXPECT_NEAR (w[1] / w[0], std::sqrt (0.5), 1.0e-3) << outputs << " outputs";
     }
 }

@@ -8,6 +8,9 @@ juce::AudioChannelSet ProcessorHarness::outputSet (int numOutputs)
         case 8: return juce::AudioChannelSet::create7point1();
         case 10: return juce::AudioChannelSet::create7point1point2();
         case 12: return juce::AudioChannelSet::create7point1point4();
+        case 4: return juce::AudioChannelSet::ambisonic (1);
+        case 9: return juce::AudioChannelSet::ambisonic (2);
+        case 16: return juce::AudioChannelSet::ambisonic (3);
         default: return juce::AudioChannelSet::create5point1();
     }
 }

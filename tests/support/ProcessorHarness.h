@@ -10,6 +10,8 @@
 /** A real processor configured like a host would: buses, prepare, blocks. */
 struct ProcessorHarness
 {
+    /** 5.1, 7.1, 7.1.2 and 7.1.4 by their 6, 8, 10 and 12 channels; Ambisonic orders 1 to 3 by
+        4, 9 and 16. */
     static juce::AudioChannelSet outputSet (int numOutputs);
 
     ProcessorHarness (int numInputs, int numOutputs, double sampleRate = 48000.0, int blockSize = 512);
