@@ -63,14 +63,14 @@ namespace UpmixCommandLine
 
     int run (int argc, char** argv)
     {
-        CLI::App app { "Orrin Upmix: renders a stereo (or 1 to 10 channel) audio file to a 5.1, 7.1, 7.1.2 or 7.1.4 WAV file.", "orrin-upmix" };
+        CLI::App app { "Orrin Upmix: renders a stereo (or 1 to 10 channel) audio file to a 5.1, 7.1, 7.1.2, 7.1.4 or Ambisonic (orders 1 to 3) WAV file.", "orrin-upmix" };
         std::string input, output, layout = "7.1.2", preset;
         std::vector<std::string> settings;
         int bits = 32;
         bool quiet = false, report = false;
         app.add_option ("INPUT", input, "Input audio file (WAV, AIFF, FLAC or OGG)")->required();
         app.add_option ("OUTPUT", output, "Output WAV file")->required();
-        app.add_option ("--layout", layout, "Output layout: 5.1, 7.1, 7.1.2 (default) or 7.1.4");
+        app.add_option ("--layout", layout, "Output layout: 5.1, 7.1, 7.1.2 (default), 7.1.4, or Ambisonic ambix1, ambix2, ambix3 (ACN/SN3D), fuma1, fuma2, fuma3 (FuMa)");
         app.add_option ("--preset", preset, "Preset to start from: a .nap file, or a preset's name in the preset folders (before any --set)");
         app.add_option ("--set", settings, "Parameter setting Key=value: value normalised 0..1, or in the parameter's unit (120Hz, -3dB, 50%, On, a choice)");
         app.add_option ("--bits", bits, "Output sample format: 16, 24 or 32 (float, default)");

@@ -3,6 +3,7 @@
 #include "processor/KaChannelRouting.h"
 #include "processor/KaPresetFile.h"
 #include "processor/KaPresetLibrary.h"
+#include "processor/UpmixerParameters.h"
 #include "processor/UpmixerProcessor.h"
 
 #include <algorithm>
@@ -20,7 +21,22 @@ namespace
         Set pluginSet;                 // what the processor's output bus is set to
         std::vector<T> wavTypes;       // WAV speaker of each file channel, in mask-bit order
         std::vector<int> wavKinds;     // the channel kind each file channel carries
+        int ambisonicFormat = -1;      // AmbisonicFormat for an Ambisonic layout, else -1
     };
+
+    /** Ambisonic layouts: the processor's channels go to the file as they are, with no speaker
+        mask (Ambisonic readers take the order and normalisation from the layout's name). */
+    Layout ambisonic (const char* name, int order, int format)
+    {
+        return { name, Set::ambisonic (order), {}, {}, format };
+    }
+
+    /** The names of the Ambisonic channels in file order: ACN numbers, or FuMa's letters. */
+    juce::String ambisonicChannelName (int format, int channel)
+    {
+        return format == UpmixerAmbisonicStage::formatFuMa ? juce::String::charToString ("WXYZRSTUVKLMNOPQ"[channel & 15])
+                                                            : "ACN" + juce::String (channel);
+    }
 
     std::vector<Layout> layouts()
     {
@@ -42,6 +58,9 @@ namespace
               { T::left, T::right, T::centre, T::LFE, T::leftSurround, T::rightSurround, T::leftSurroundSide, T::rightSurroundSide,
                 T::topFrontLeft, T::topFrontRight, T::topRearLeft, T::topRearRight },
               { kindL, kindR, kindC, kindLfe, kindLsr, kindRsr, kindLs, kindRs, kindLts, kindRts, kindTrl, kindTrr } },
+            ambisonic ("ambix1", 1, UpmixerAmbisonicStage::formatAmbiX), ambisonic ("ambix2", 2, UpmixerAmbisonicStage::formatAmbiX),
+            ambisonic ("ambix3", 3, UpmixerAmbisonicStage::formatAmbiX), ambisonic ("fuma1", 1, UpmixerAmbisonicStage::formatFuMa),
+            ambisonic ("fuma2", 2, UpmixerAmbisonicStage::formatFuMa), ambisonic ("fuma3", 3, UpmixerAmbisonicStage::formatFuMa),
         };
     }
 
@@ -176,6 +195,9 @@ UpmixRenderer::Result UpmixRenderer::render (const Options& options)
     for (const auto& setting : options.settings)
         if (const auto error = applySetting (processor, setting); error.isNotEmpty())
             return result.error = error, result;
+    // The layout's name says the format; a preset or setting cannot contradict the file.
+    if (layout.ambisonicFormat >= 0)
+        processor.setParameterNotifyingHost (UpmixerParam::AmbisonicFormat, KaParameterTable::valueOfChoice (layout.ambisonicFormat), false);
 
     const int block = juce::jlimit (1, 8192, options.blockSize);
     // The meters and analysers only serve someone who reads them between blocks.
@@ -200,7 +222,7 @@ UpmixRenderer::Result UpmixRenderer::render (const Options& options)
         auto stream = std::make_unique<juce::FileOutputStream> (temp.getFile());
         if (! stream->openedOk())
             return result.error = "cannot write '" + options.output.getFullPathName() + "': " + stream->getStatus().getErrorMessage(), result;
-        juce::AudioChannelSet wavSet;
+        auto wavSet = layout.ambisonicFormat >= 0 ? Set::discreteChannels (numOut) : Set();
         for (auto type : layout.wavTypes)
             wavSet.addChannel (type);
         juce::WavAudioFormat wav;
@@ -256,7 +278,7 @@ UpmixRenderer::Result UpmixRenderer::render (const Options& options)
 
         for (int i = 0; i < numOut; ++i)
         {
-            const int from = hostPositionOfKind (routing, layout.wavKinds[(size_t) i]);
+            const int from = layout.ambisonicFormat >= 0 ? i : hostPositionOfKind (routing, layout.wavKinds[(size_t) i]);
             if (from >= 0 && from < numOut)
                 fileBlock.copyFrom (i, 0, buffer, from, skip, count);
             else
@@ -276,7 +298,8 @@ UpmixRenderer::Result UpmixRenderer::render (const Options& options)
         return result.error = "cannot write '" + options.output.getFullPathName() + "'", result;
 
     for (int i = 0; i < numOut; ++i)
-        result.channels.push_back ({ kindName (layout.wavKinds[(size_t) i], routing),
+        result.channels.push_back ({ layout.ambisonicFormat >= 0 ? ambisonicChannelName (layout.ambisonicFormat, i)
+                                                                 : kindName (layout.wavKinds[(size_t) i], routing),
                                      toDb (peak[(size_t) i]),
                                      toDb (std::sqrt (sumSquares[(size_t) i] / (double) juce::jmax<juce::int64> (1, total))) });
     return result;

@@ -8,7 +8,7 @@
 class UpmixerProcessor;
 
 /** Renders an audio file through the same processor the plug-in uses and writes a multichannel
-    WAV file (WAVE_FORMAT_EXTENSIBLE with the layout's channel mask).
+    WAV file (WAVE_FORMAT_EXTENSIBLE with the layout's channel mask; none for Ambisonic layouts).
 
     The output lines up with the input sample for sample (the processor's latency is removed and
     its tail flushed), and is written to a temporary file beside the target that is renamed only
@@ -56,7 +56,8 @@ public:
         bool ok() const { return error.isEmpty(); }
     };
 
-    /** The layouts the renderer writes: "5.1", "7.1", "7.1.2", "7.1.4". */
+    /** The layouts the renderer writes: "5.1", "7.1", "7.1.2", "7.1.4", and Ambisonic orders 1 to
+        3 as "ambix1".."ambix3" (ACN order, SN3D) and "fuma1".."fuma3" (FuMa order and weights). */
     static juce::StringArray layoutNames();
 
     static Result render (const Options& options);

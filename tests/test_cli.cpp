@@ -1,7 +1,7 @@
 // The orrin-upmix command line, run as a user would:
-//  - 7.1.2 and 5.1 renders: channels, channel mask, bit depth, the input's length, a click at
-//    its own sample (latency removed), the report; a hard-left source placed from the first
-//    50 ms; a file shorter than a block renders too;
+//  - 7.1.2, 5.1, third-order AmbiX and first-order FuMa renders: channels, channel mask, bit
+//    depth, the input's length, a click at its own sample (latency removed), the report; a
+//    hard-left source placed from the first 50 ms; a file shorter than a block renders too;
 //  - each kind of bad input is one line of error, a non-zero exit and no file; so is Ctrl-C.
 #include "support/CliRunner.h"
 #include "support/ProcessorHarness.h"
@@ -70,6 +70,9 @@ TEST_F (CliTest, RendersAlignedMultichannelWavs)
     const Row rows[] = {
         { {}, 10, 32, 0x563F },  // 7.1.2 in 32-bit float by default, with the report
         { { "--layout", "5.1", "--bits", "24", "--set", "LfeFreq=120Hz", "--set", "Divergence=0.25", "--quiet" }, 6, 24, 0x60F },
+        // Ambisonic: the order's channel count, and no speaker mask.
+        { { "--layout", "ambix3", "--quiet" }, 16, 32, 0 },
+        { { "--layout", "fuma1", "--bits", "24", "--quiet" }, 4, 24, 0 },
     };
     for (const auto& row : rows)
     {
@@ -86,7 +89,7 @@ TEST_F (CliTest, RendersAlignedMultichannelWavs)
         ASSERT_NE (reader, nullptr);
         EXPECT_EQ (reader->numChannels, row.channels);
         EXPECT_EQ (reader->bitsPerSample, row.bits);
-        EXPECT_EQ (reader->metadataValues["ChannelMask"], juce::String (row.mask));
+        EXPECT_EQ (reader->metadataValues["ChannelMask"], row.mask != 0 ? juce::String (row.mask) : juce::String());
 
         const auto b = read (out);
         EXPECT_EQ (b.getNumSamples(), 96000);
