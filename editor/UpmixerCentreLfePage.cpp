@@ -79,6 +79,11 @@ UpmixerCentreLfePage::UpmixerCentreLfePage (KaJuceEditorBase& editor, UpmixerPro
         m_correlations.push_back (std::move (display));
     }
     m_correlations.front()->setLabel ("Lo-Ro");
+    m_readoutPhaseHint.setLabel ("-1 to +1: below 0 a pair cancels when the mix is folded to stereo");
+    m_readoutPhaseHint.setTextColour (KaJuceTheme::textDim);
+    m_readoutPhaseHint.setDrawsBackground (false);
+    m_readoutPhaseHint.setLabelFontSize (KaJuceTheme::smallText);
+    m_panelPhase.addAndMakeVisible (m_readoutPhaseHint);
 
     follow (processor.getCurrentRouting(), processor.getParameterTable().getChoice (PrimarySoloOrMute),
             processor.getParameterTable().getChoice (SecondarySoloOrMute));
@@ -164,4 +169,5 @@ void UpmixerCentreLfePage::resized()
     m_panelPhase.setBounds (area);
     for (size_t i = 0; i < m_correlations.size(); ++i)
         m_correlations[i]->setBounds (panelPad, panelTitle + panelPad + (int) i * (correlationRow + 4), area.getWidth() - 2 * panelPad, correlationRow);
+    m_readoutPhaseHint.setBounds (panelPad, area.getHeight() - panelPad - 18, area.getWidth() - 2 * panelPad, 18);
 }

@@ -47,6 +47,7 @@ private:
     KaJuceButton* m_btnCentre = nullptr;
     KaJuceOglGridComponent m_panelLevels { "Front and LFE", 1, 0 }, m_panelFold { "Downmix", 1, 0 }, m_panelPhase { "Fold-down phase", 1, 0 };
     KaJuceLevelMeterScale m_scale;
+    KaJuceMarginReadout m_readoutPhaseHint { "m_readoutPhaseHint" };
     std::vector<std::unique_ptr<UpmixerChannelStrip>> m_strips;
     std::vector<std::unique_ptr<KaJuceCorrelationDisplay>> m_correlations;  // Lo-Ro, then the pairs below
 };
