@@ -3,6 +3,7 @@
 #include "editor/KaJuceColourParamUser.h"
 #include "editor/KaJuceTheme.h"
 #include "editor/KaOglDraw.h"
+#include "editor/UpmixerStripBinding.h"
 #include "processor/KaChannelRouting.h"
 #include "processor/UpmixerParameters.h"
 #include "processor/UpmixerProcessor.h"
@@ -12,15 +13,11 @@ using namespace KaChannelRouting;
 namespace
 {
     constexpr int bedSize = 46, heightSize = 40, lfeSize = 38;
-    // A block within this long means the audio runs; after it the circles fall to silence at the
-    // level meters' own release (20 dB in 1.5 s) instead of holding the last peak.
-    constexpr double audioStoppedMs = 250.0;
+    // Without blocks the circles fall to silence at the level meters' own release (20 dB in
+    // 1.5 s) instead of holding the last peak.
     constexpr double releaseDbPerMs = 20.0 / KaJuceObserverLevelMeter::defaultReleaseSeconds / 1000.0;
 
     bool isHeight (int kind) noexcept { return kind >= kindLts; }
-
-    /** The per-user copy of a colour parameter that Lock Colours draws with. */
-    int lockedColourOf (int number) noexcept { return UpmixerParam::LockColC + (number - UpmixerParam::ColC); }
 }
 
 UpmixerSurroundField::UpmixerSurroundField()
@@ -45,20 +42,6 @@ juce::String UpmixerSurroundField::layoutName (int numOutputs)
         case 10: return "7.1.2";
         case 12: return "7.1.4";
         default: return juce::String (numOutputs) + " channels";
-    }
-}
-
-int UpmixerSurroundField::colourParameterOf (int kind) noexcept
-{
-    using namespace UpmixerParam;
-    switch (kind)
-    {
-        case kindC: return ColC;
-        case kindL: case kindR: return ColLR;
-        case kindLfe: return ColLfe;
-        case kindLs: case kindRs: return ColLsRs;
-        case kindLsr: case kindRsr: return ColLbRb;
-        default: return ColLtsRts;
     }
 }
 
@@ -124,19 +107,16 @@ void UpmixerSurroundField::update (UpmixerProcessor& processor)
 
     using namespace UpmixerParam;
     const auto& table = processor.getParameterTable();
-    const bool locked = table.isOn (LockColors);
     auto& observers = processor.getObservers();
     const double now = juce::Time::getMillisecondCounterHiRes();
-    const double lastBlock = processor.getBlockInfo().processStartMs.load (std::memory_order_relaxed);
-    const bool live = lastBlock > 0.0 && now - lastBlock < audioStoppedMs;
+    const bool live = UpmixerStripBinding::isAudioRunning (processor, now);
     const float fallen = m_dLastUpdateMs > 0.0 ? (float) ((now - m_dLastUpdateMs) * releaseDbPerMs) : 0.0f;
     m_dLastUpdateMs = now;
     for (auto& circle : m_circles)
     {
         if (! circle->isVisible())
             continue;
-        const int number = colourParameterOf (circle->getKind());
-        circle->setColour (KaJuceColourParamUser::colourForValue (table.get (locked ? lockedColourOf (number) : number)));
+        circle->setColour (UpmixerStripBinding::channelColour (table, circle->getKind()));  // as the channel strips show it
         auto meter = observers.getLevelMeter (UpmixerObservers::rowUpmix, hostPositionOfKind (routing, circle->getKind()));
         circle->setLevelDb (live && meter != nullptr ? meter->getLevelDb() : circle->getLevelDb() - fallen);
     }
@@ -145,7 +125,7 @@ void UpmixerSurroundField::update (UpmixerProcessor& processor)
     m_haze.setHaze (m_hazeField.getBands(), m_hazeField.getAzimuths());
     m_overlay.setLayout (outputs >= 8, outputs >= 10);
     m_overlay.setLinks (table.isOn (ArcLink), table.isOn (VerticalLink));
-    m_overlay.setDiffusionColour (KaJuceColourParamUser::colourForValue (table.get (locked ? lockedColourOf (ColDiffusion) : ColDiffusion)));
+    m_overlay.setDiffusionColour (KaJuceColourParamUser::colourForValue (UpmixerStripBinding::colourValue (table, ColDiffusion)));
 }
 
 void UpmixerSurroundField::render (double)

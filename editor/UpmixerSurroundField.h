@@ -21,8 +21,8 @@ class UpmixerProcessor;
     update() runs in the editor's updateGui() (message thread, render lock held) while the field
     is shown: it follows the layout, reads the upmix level meters and the haze with their
     non-blocking readers (when no block has come for a quarter of a second the circles fall to
-    silence rather than hold the last peak), and takes the channel colours from the colour parameters (the per-user
-    locked copies while Lock Colours is on). */
+    silence rather than hold the last peak), and takes the channel colours as the channel strips
+    do (the colour parameters, or their per-user copies while Lock Colours is on). */
 class UpmixerSurroundField : public KaOglChildComponent, public KaJuceOglFontUser
 {
 public:
@@ -39,8 +39,6 @@ public:
 
     /** The layout's name as the title shows it ("7.1.4"). */
     static juce::String layoutName (int numOutputs);
-    /** The colour parameter a channel kind is drawn with. */
-    static int colourParameterOf (int kind) noexcept;
 
     void render (double time) override;
     void resized() override;
