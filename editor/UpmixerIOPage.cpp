@@ -226,7 +226,7 @@ void UpmixerIOPage::listRoutings (int outputs, int choice)
     items.add ("Host order");
     values.push_back (KaParameterTable::valueOfChoice (Routing_::routingFromHost));
     items.add ("Default");
-    values.push_back (KaParameterTable::valueOfChoice (100));
+    values.push_back (KaParameterTable::valueOfChoice (Routing_::routingByDefault));
     m_selRouting->setItems (items, std::move (values));
 }
 

@@ -176,6 +176,7 @@ namespace KaChannelRouting
         int r = std::min (routingChoice, 1000);
         if (r == routingFromHost)
             r = deliveredRouting;
+        const bool storeBack = routingChoice != routingByDefault && routingChoice != routingFromHost;
 
         if (width > 12)
             return { r >= 0 && r < numRoutings ? r : 1, false };
@@ -184,7 +185,7 @@ namespace KaChannelRouting
             return { r, false };
 
         if (defaultSettingMaySupply (defaultSetting, width))
-            return { defaultSetting, true };
+            return { defaultSetting, storeBack };
 
         // JUCE's wrappers hand every format over in JUCE's own channel order, whatever the host's
         // native order, so the routing that matches the delivered order places each channel on
@@ -192,9 +193,9 @@ namespace KaChannelRouting
         // the heights before the rears). The per-type column is kept for wrappers that pass the
         // host order through unnamed.
         if (deliveredRouting >= 0 && deliveredRouting < numRoutings)
-            return { deliveredRouting, true };
+            return { deliveredRouting, storeBack };
 
-        return { fallbackForType (width, pluginType), true };
+        return { fallbackForType (width, pluginType), storeBack };
     }
 
     int routingMatchingKinds (const int* kinds, int numChannels, bool frontHeights) noexcept

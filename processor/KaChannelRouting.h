@@ -28,6 +28,9 @@ namespace KaChannelRouting
     inline constexpr int rowLength = 13;
     /** A routing number that holds no fixed order: the wrapper reports the host's own. */
     inline constexpr int routingFromHost = 99;
+    /** The Routing choice "Default": the width's default setting, or the order the plug-in
+        receives, decides at every width. */
+    inline constexpr int routingByDefault = 100;
 
     using Row = std::array<int, rowLength>;
 
@@ -64,8 +67,11 @@ namespace KaChannelRouting
     struct Resolution
     {
         int routing = 1;
-        /** True when the number came from a default setting or a fallback (the caller stores
-            it back into the Routing parameter). */
+        /** True when a chosen routing number that the width does not allow was replaced by a
+            default setting or a fallback (the caller stores it back into the Routing
+            parameter). The standing choices "Default" and "Host order" are resolved afresh for
+            every width and never replaced, so that a fresh instance, every program and the
+            parameter's declared default all hold the same value. */
         bool storeBack = false;
     };
 

@@ -95,7 +95,7 @@ namespace UpmixerParam
     juce::StringArray routingChoices()
     {
         juce::StringArray texts;
-        for (int r = 0; r <= 100; ++r)
+        for (int r = 0; r <= KaChannelRouting::routingByDefault; ++r)
         {
             if (r < 31)
             {
@@ -108,7 +108,7 @@ namespace UpmixerParam
                 texts.add ("Reserved");
             else if (r == KaChannelRouting::routingFromHost)
                 texts.add ("Host order");
-            else if (r == 100)
+            else if (r == KaChannelRouting::routingByDefault)
                 texts.add ("Default");
             else
                 texts.add ({});
@@ -134,7 +134,7 @@ namespace UpmixerParam
         std::vector<KaParameterInfo> p;
         p.reserve (200);
 
-        p.push_back (choice (Routing, "Routing", "Channel Routing", 100, routingChoices()));
+        p.push_back (choice (Routing, "Routing", "Channel Routing", KaChannelRouting::routingByDefault, routingChoices()));
         p.push_back (choice (TimecodeFramerate, "TimecodeFramerate", "Timecode Frame Rate", 6, framerates));
         p.push_back (choice (ParamMapVersion, "ParamMapVersion", "Mapped Param Version", std::min (paramMapVersion, 1000), mapVersions));
         p.push_back (toggle (AudioThru, "AudioThru", "Audio Thru", 1.0f));
@@ -231,9 +231,9 @@ namespace UpmixerParam
         jassert ((int) p.size() == numHostParameters);
 
         // Persistent per-user settings.
-        p.push_back (choice (RoutingDefault, "RoutingDefault", "Default Channel Routing", 100, routingChoices()));
-        p.push_back (choice (RoutingDefault_7_1, "RoutingDefault_7_1", "Default Channel Routing 7.1", 100, routingChoices()));
-        p.push_back (choice (RoutingDefault_7_1_2, "RoutingDefault_7_1_2", "Default Channel Routing 7.1.2", 100, routingChoices()));
+        p.push_back (choice (RoutingDefault, "RoutingDefault", "Default Channel Routing", KaChannelRouting::routingByDefault, routingChoices()));
+        p.push_back (choice (RoutingDefault_7_1, "RoutingDefault_7_1", "Default Channel Routing 7.1", KaChannelRouting::routingByDefault, routingChoices()));
+        p.push_back (choice (RoutingDefault_7_1_2, "RoutingDefault_7_1_2", "Default Channel Routing 7.1.2", KaChannelRouting::routingByDefault, routingChoices()));
         p.push_back (choice (TimecodeFramerateDefault, "TimecodeFramerateDefault", "Default Timecode Frame Rate", 6, framerates));
         p.push_back (choice (PersistentParamMapVersion, "PersistentParamMapVersion", "Mapped Persistent Param Version", 1, mapVersions));
         p.push_back (toggle (ExportSupport, "ExportSupport", "Export Support", 0.0f));

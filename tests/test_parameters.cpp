@@ -1,6 +1,7 @@
 // Parameter table:
-// - every value starts at its default but Routing (resolved and stored back); choices
-//   round-trip through n / 1000; value texts and unit parsing;
+// - every value starts at its default, Routing's "Default" choice too (it resolves afresh per
+//   layout), in every program and output layout; choices round-trip through n / 1000; value
+//   texts and unit parsing;
 // - persistent settings start from the settings store only when the stored value is 4 bytes;
 // - setParameter ignores numbers outside the host range and NaN, and clamps;
 // - ArcLink and VerticalLink carry a user's change to the linked controls (same offset), only
@@ -20,10 +21,8 @@ TEST (Parameters, DefaultsChoicesValueTextsAndUnits)
 {
     UpmixerProcessor p;
     const auto& t = p.getParameterTable();
-    // Routing's default choice (100) is no routing: the processor resolves one and stores it.
     for (int n : t.numbers())
-        EXPECT_FLOAT_EQ (n == Routing ? t.getDefault (n) : t.get (n), t.getDefault (n)) << t.info (n)->key;
-    EXPECT_EQ (t.getChoice (Routing), 1);
+        EXPECT_FLOAT_EQ (t.get (n), t.getDefault (n)) << t.info (n)->key;
     for (int n = 0; n <= 1000; ++n)
         EXPECT_EQ (KaParameterTable::choiceOf (KaParameterTable::valueOfChoice (n)), n);
 
@@ -52,6 +51,29 @@ TEST (Parameters, DefaultsChoicesValueTextsAndUnits)
     EXPECT_EQ (t.info (ShelfGain)->valueToText (0.35f), "-3.0 dB");
     EXPECT_EQ (t.info (DownmixC)->valueToText (0.001f), "-3 dB");
     EXPECT_EQ (p.getParameterValueText (Lfe), "On");
+}
+
+TEST (Parameters, AFreshInstanceHoldsTheDefaultsInEveryProgramAndLayout)
+{
+    // Routing's "Default" choice was once replaced by the routing it resolved to: a VST3 host
+    // read 0.001 against a declared default of 0.1, so "reset to default" changed the routing,
+    // and program 1 held 0.1 while program 0 held 0.001.
+    for (const int outputs : { 6, 8, 10, 12 })
+    {
+        SCOPED_TRACE (testing::Message() << outputs << " outputs");
+        ProcessorHarness h (2, outputs);
+        auto& p = *h.processor;
+        h.run (TestSignals::noise (2, 1024, 3));
+        const int resolved = p.getCurrentRouting();
+        for (const int program : { 0, 1, KaPresetSlots::numSlots - 1, 0 })
+        {
+            p.setCurrentProgram (program);
+            h.run (TestSignals::noise (2, 1024, 3));
+            for (auto* parameter : p.getParameters())
+                EXPECT_EQ (parameter->getValue(), parameter->getDefaultValue()) << "program " << program << ": " << parameter->getName (64);
+            EXPECT_EQ (p.getCurrentRouting(), resolved) << "program " << program;
+        }
+    }
 }
 
 TEST (Parameters, PersistentSettingsNeedExactlyFourBytes)

@@ -5,7 +5,8 @@
 // - JUCE's delivered orders are recognised from the bus channel kinds (JUCE's 7.1.4 lists its
 //   heights before the rears, which only routing 18 describes with front-height names);
 // - resolution: allowed sets per width, default settings, per-type fallbacks, the delivered
-//   order and the host-format choice.
+//   order and the host-format choice; only a chosen number the width does not allow is
+//   replaced in the parameter, never the standing "Default" and "Host order" choices.
 #include "processor/KaChannelRouting.h"
 
 #include <gtest/gtest.h>
@@ -69,7 +70,7 @@ TEST (Routing, DeliveredOrders)
 
 TEST (Routing, Resolution)
 {
-    constexpr int none = -1, byDefault = 100;
+    constexpr int none = -1, byDefault = routingByDefault;
     struct Row
     {
         int width, choice, defaultSetting, type, delivered, routing;
@@ -78,8 +79,8 @@ TEST (Routing, Resolution)
     const Row rows[] = {
         { 2, 0, none, typeVst3, none, 1 },              // narrow outputs always use 1
         { 6, 17, none, typeVst3, none, 17, 0 },           // an allowed choice is kept
-        { 6, 5, 2, typeVst3, none, 2, 1 },                 // not allowed: the width's default setting
-        { 6, byDefault, 17, typeVst3, none, 1 },        // 17 is no default setting
+        { 6, 5, 2, typeVst3, none, 2, 1 },                 // not allowed: the width's default setting, stored back
+        { 6, byDefault, 17, typeVst3, none, 1, 0 },     // 17 is no default setting; "Default" stays
         { 6, byDefault, byDefault, typeRtas, none, 0 }, // per-type fallbacks
         { 6, byDefault, byDefault, typeAax, none, 0 },
         { 6, byDefault, byDefault, typeAu, none, 2 },
@@ -95,7 +96,8 @@ TEST (Routing, Resolution)
         { 16, 30, none, typeVst3, none, 30 },           // wider than 12: anything goes
         { 8, byDefault, byDefault, typeVst3, 4, 4 },     // JUCE delivers L R C LFE Ls Rs Lsr Rsr, not 9's rears first
         { 10, routingFromHost, byDefault, typeVst3, 16, 16, 0 },  // the host-format choice takes the delivered order
-        { 12, byDefault, none, typeVst3, 18, 18, 1 },       // even where the width's choices do not list it
+        { 12, byDefault, none, typeVst3, 18, 18, 0 },       // even where the width's choices do not list it
+        { 12, 3, none, typeVst3, 18, 18, 1 },
         { 10, routingFromHost, byDefault, typeAax, none, 15 },  // without one the per-type column decides
     };
     for (const auto& row : rows)
