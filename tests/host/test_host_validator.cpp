@@ -1,6 +1,6 @@
 // What a strict plug-in validator does to the built VST3 and LV2, through JUCE's hosting classes:
 // - bus layouts: each one the plug-in claims is accepted and processes; each one it refuses is
-//   refused cleanly and leaves the instance working;
+//   refused cleanly and leaves the instance working; the VST3 offers Ambisonic orders 1 to 3;
 // - every output layout it accepts, at 44.1, 48 and 96 kHz, with blocks of 1 to 8192 samples
 //   (and blocks shorter than prepared): finite output with sound in it, and once running no
 //   allocation or blocking lock on the audio thread;
@@ -149,6 +149,11 @@ TEST_P (HostValidator, ClaimedLayoutsProcessRefusedOnesAreRefusedCleanly)
     auto plugin = HostPluginLoader::load (GetParam());
     ASSERT_NE (plugin, nullptr);
     EXPECT_TRUE (plugin->checkBusesLayoutSupported (plugin->getBusesLayout()));
+    // A VST3 host picks Ambisonic output by the bus's speaker arrangement (the LV2's ports are fixed).
+    for (int order = 1; order <= 3 && GetParam() == Format::vst3; ++order)
+    {
+        EXPECT_TRUE (plugin->checkBusesLayoutSupported (layoutOf (Set::stereo(), Set::ambisonic (order)))) << "order " << order;
+    }
     for (const auto& in : candidateSets())
         for (const auto& out : candidateSets())
         {
