@@ -121,7 +121,10 @@ UpmixerIOPage::Layout UpmixerIOPage::currentLayout() const
 {
     Layout l;
     l.sources = juce::jlimit (0, maxSources, m_upmixer.getTotalNumInputChannels());
-    l.outputs = juce::jlimit (0, numOutputs, m_upmixer.getTotalNumOutputChannels());
+    // An Ambisonic bus is fed from the engine's 7.1, whose channels keep their strips (trims,
+    // mutes and solos act on them before the encoding).
+    l.ambisonicOrder = m_upmixer.getAmbisonicOrder();
+    l.outputs = juce::jlimit (0, numOutputs, l.ambisonicOrder > 0 ? m_upmixer.getEngineOutputCount() : m_upmixer.getTotalNumOutputChannels());
     l.routing = m_upmixer.getCurrentRouting();
     l.primary = m_upmixer.getParameterTable().getChoice (PrimarySoloOrMute);
     l.secondary = m_upmixer.getParameterTable().getChoice (SecondarySoloOrMute);
@@ -163,7 +166,8 @@ void UpmixerIOPage::applyLayout (const Layout& l)
             UpmixerStripBinding::showOutput (strip, table, l.routing, p);
     }
 
-    m_panelOutputs.setTitle ("Outputs  " + layoutName (l.outputs));
+    m_panelOutputs.setTitle (l.ambisonicOrder > 0 ? "Outputs  " + layoutName (l.outputs) + " > Ambisonic order " + juce::String (l.ambisonicOrder)
+                                                   : "Outputs  " + layoutName (l.outputs));
 
     // Correlation: the source pair, the downmix and the speaker pairs the layout has.
     m_shownPairs.clear();

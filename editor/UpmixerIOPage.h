@@ -49,12 +49,12 @@ public:
 private:
     struct Layout
     {
-        int sources = -1, outputs = -1, routing = -1, primary = -1, secondary = -1;
+        int sources = -1, outputs = -1, routing = -1, primary = -1, secondary = -1, ambisonicOrder = 0;
         bool correlation = false;
         bool operator== (const Layout& o) const noexcept
         {
             return sources == o.sources && outputs == o.outputs && routing == o.routing && primary == o.primary
-                   && secondary == o.secondary && correlation == o.correlation;
+                   && secondary == o.secondary && ambisonicOrder == o.ambisonicOrder && correlation == o.correlation;
         }
     };
 

@@ -159,6 +159,7 @@ TEST (EditorIOPage, StripsFollowTheLayout)
         { juce::AudioChannelSet::stereo(), juce::AudioChannelSet::create7point1point4(), 2, 12, "Rsr" },
         { juce::AudioChannelSet::mono(), juce::AudioChannelSet::create7point1(), 1, 8, "Rsr" },
         { juce::AudioChannelSet::discreteChannels (10), juce::AudioChannelSet::create7point1point2(), 10, 10, "Rts" },
+        { juce::AudioChannelSet::stereo(), juce::AudioChannelSet::ambisonic (3), 2, 8, "LFE" },  // the 7.1 it encodes
     };
     for (const auto& c : cases)
     {
