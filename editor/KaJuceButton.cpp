@@ -44,12 +44,12 @@ void KaJuceButton::drawFace (juce::Rectangle<float> area)
     const bool on = isOn();
     const auto accent = getAccentColour();
     auto face = on ? accent.withMultipliedAlpha (0.28f) : (isHovered() ? KaJuceTheme::controlHover : getBackgroundColour());
-    if (! isEnabled())
+    if (! isEnabledForRender())
         face = face.withMultipliedAlpha (0.5f);
     KaOglDraw::fillRoundedRect (area.reduced (0.5f), 3.0f, face);
     KaOglDraw::drawRoundedRect (area, 3.0f, on ? accent : KaJuceTheme::controlEdge);
     const auto text = on ? accent.brighter (0.4f) : getTextColour();
-    drawLabel (getLocalBounds().reduced (4, 0), juce::Justification::centred, isEnabled() ? text : text.withMultipliedAlpha (0.4f));
+    drawLabel (getLocalBounds().reduced (4, 0), juce::Justification::centred, isEnabledForRender() ? text : text.withMultipliedAlpha (0.4f));
 }
 
 void KaJuceScalableButton::drawFace (juce::Rectangle<float> area)

@@ -31,7 +31,7 @@ void KaJuceControlWithHelpers::drawLabel (juce::Rectangle<int> area, juce::Justi
 KaOglComponentTexture* KaJuceControlWithHelpers::imageForState (bool on) const noexcept
 {
     auto pick = [this] (ImageState s) { return m_images[(size_t) s].get(); };
-    if (! isEnabled() && pick (imageDisabled) != nullptr)
+    if (! isEnabledForRender() && pick (imageDisabled) != nullptr)
         return pick (imageDisabled);
     if (isHovered() && pick (imageHover) != nullptr)
         return pick (imageHover);

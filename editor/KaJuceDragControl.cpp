@@ -117,7 +117,7 @@ void KaJuceDragControl::modalTextEditorFinished (const juce::String& text, bool 
 void KaJuceDragControl::render (double)
 {
     const auto bounds = getLocalBounds();
-    const auto textColour = isEnabled() ? getTextColour() : getTextColour().withMultipliedAlpha (0.4f);
+    const auto textColour = isEnabledForRender() ? getTextColour() : getTextColour().withMultipliedAlpha (0.4f);
     auto* font = getOglFont (getLabelFontSize());
     const int lineHeight = font != nullptr ? font->getHeight() : 12;
 
@@ -128,7 +128,7 @@ void KaJuceDragControl::render (double)
         const int frameHeight = strip->getImage().getHeight() / (int) m_nFrames;
         const int frame = frameForValue (getValue());
         const juce::Rectangle<int> source (0, frame * frameHeight, strip->getImage().getWidth(), frameHeight);
-        KaOglDraw::setColour (juce::Colours::white.withAlpha (isEnabled() ? 1.0f : 0.5f));
+        KaOglDraw::setColour (juce::Colours::white.withAlpha (isEnabledForRender() ? 1.0f : 0.5f));
         strip->drawPart (source, (float) ((bounds.getWidth() - size) / 2), 0.0f, (float) size, (float) size);
         drawLabel ({ 0, size, bounds.getWidth(), lineHeight }, juce::Justification::centred, KaJuceTheme::textDim);
         if (font != nullptr)
@@ -140,7 +140,7 @@ void KaJuceDragControl::render (double)
     const auto area = bounds.toFloat();
     KaOglDraw::fillRoundedRect (area, 3.0f, isHovered() || isInGesture() ? KaJuceTheme::controlHover : getBackgroundColour());
     KaOglDraw::fillRect ({ 1.0f, area.getBottom() - 3.0f, (area.getWidth() - 2.0f) * getValue(), 2.0f },
-                         isEnabled() ? getAccentColour() : KaJuceTheme::textDim);
+                         isEnabledForRender() ? getAccentColour() : KaJuceTheme::textDim);
     drawLabel (bounds.reduced (6, 0), juce::Justification::centredLeft, KaJuceTheme::textDim);
     if (font != nullptr)
         font->drawText (getValueText(), bounds.reduced (6, 0), m_valueJustification, textColour);

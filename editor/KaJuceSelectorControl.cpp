@@ -159,10 +159,10 @@ void KaJuceSelectorControl::mouseDown (const juce::MouseEvent& e)
 void KaJuceSelectorControl::render (double)
 {
     const auto area = getLocalBounds().toFloat();
-    KaOglDraw::fillRoundedRect (area, 3.0f, isHovered() || isPopUpShowing() ? KaJuceTheme::controlHover : getBackgroundColour());
+    KaOglDraw::fillRoundedRect (area, 3.0f, isHovered() || m_popUp.isVisibleForRender() ? KaJuceTheme::controlHover : getBackgroundColour());
     KaOglDraw::drawRoundedRect (area, 3.0f, KaJuceTheme::controlEdge);
     const int index = getSelectedIndex();
-    const auto colour = isEnabled() ? getTextColour() : KaJuceTheme::textDim;
+    const auto colour = isEnabledForRender() ? getTextColour() : KaJuceTheme::textDim;
     if (auto* font = getOglFont (getLabelFontSize()))
     {
         const auto label = labelForRender();

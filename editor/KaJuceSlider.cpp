@@ -43,7 +43,7 @@ void KaJuceSlider::render (double)
     const auto area = getLocalBounds().toFloat();
     const float v = getValue();
     const float thumb = (float) m_nThumb;
-    const auto accent = isEnabled() ? getAccentColour() : KaJuceTheme::textDim;
+    const auto accent = isEnabledForRender() ? getAccentColour() : KaJuceTheme::textDim;
     if (m_bVertical)
     {
         const auto groove = area.withSizeKeepingCentre (4.0f, area.getHeight() - thumb).withY (thumb * 0.5f);

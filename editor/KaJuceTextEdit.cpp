@@ -86,7 +86,7 @@ bool KaJuceTextEdit::keyPressed (const juce::KeyPress& key)
 void KaJuceTextEdit::render (double time)
 {
     const auto area = getLocalBounds().toFloat();
-    const bool focused = hasKeyboardFocus (false);
+    const bool focused = m_bFocused.load();
     KaOglDraw::fillRoundedRect (area, 3.0f, KaJuceTheme::background);
     KaOglDraw::drawRoundedRect (area, 3.0f, focused ? getAccentColour() : KaJuceTheme::controlEdge);
     auto* font = getOglFont (getLabelFontSize());

@@ -37,8 +37,9 @@ public:
 
 protected:
     void mouseDown (const juce::MouseEvent& e) override;
-    void focusGained (FocusChangeType) override { requestRedraw(); }
-    void focusLost (FocusChangeType) override { requestRedraw(); }
+    // The render thread draws the focus ring from this copy, not from JUCE's focus pointer.
+    void focusGained (FocusChangeType) override { m_bFocused = true; requestRedraw(); }
+    void focusLost (FocusChangeType) override { m_bFocused = false; requestRedraw(); }
 
 private:
     void edited (juce::String text);
@@ -46,6 +47,7 @@ private:
     KaGuiText m_text;
     Filter m_filter = Filter::none;
     int m_nMaxLength = 0;
+    std::atomic<bool> m_bFocused { false };
     juce::String m_allowed;
     std::atomic<bool> m_bSelected { false };
 };

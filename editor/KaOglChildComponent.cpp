@@ -21,7 +21,23 @@ void KaOglChildComponent::layoutChanged() const noexcept
 
 void KaOglChildComponent::moved() { layoutChanged(); }
 void KaOglChildComponent::resized() { layoutChanged(); }
-void KaOglChildComponent::visibilityChanged() { layoutChanged(); }
+void KaOglChildComponent::visibilityChanged()
+{
+    noteState();
+    layoutChanged();
+}
+
+void KaOglChildComponent::enablementChanged()
+{
+    noteState();
+    requestRedraw();
+}
+
+void KaOglChildComponent::noteState() noexcept
+{
+    m_bEnabledForRender.store (isEnabled(), std::memory_order_relaxed);
+    m_bVisibleForRender.store (isVisible(), std::memory_order_relaxed);
+}
 
 void KaOglChildComponent::parentHierarchyChanged()
 {
@@ -35,5 +51,6 @@ void KaOglChildComponent::parentHierarchyChanged()
             m_pOglComponent->forgetChild (this);
         setOglComponent (frame);
     }
+    noteState();
     layoutChanged();
 }
