@@ -15,18 +15,11 @@ float UpmixerSpeakerAngles::azimuthOf (int kind, int routing, int numOutputs) no
     const bool hasRears = numOutputs >= 8;
     switch (kind)
     {
-        case kindC: return 0.0f;
-        case kindL: return -30.0f;
-        case kindR: return 30.0f;
-        case kindLs: return hasRears ? -100.0f : -110.0f;
-        case kindRs: return hasRears ? 100.0f : 110.0f;
-        case kindLsr: return -145.0f;
-        case kindRsr: return 145.0f;
         case kindLts: return hasTopFrontHeights (routing) ? -45.0f : -90.0f;
         case kindRts: return hasTopFrontHeights (routing) ? 45.0f : 90.0f;
         case kindTrl: return -135.0f;
         case kindTrr: return 135.0f;
-        default: return none;
+        default: return earLevelAzimuth (kind, hasRears);
     }
 }
 

@@ -72,21 +72,6 @@ int UpmixerAmbisonicStage::harmonicOfChannel (int format, int channel) noexcept
     return format == formatFuMa ? fumaOrder[channel] : channel;
 }
 
-float UpmixerAmbisonicStage::loudspeakerAngle (int kind, bool withRears) noexcept
-{
-    switch (kind)
-    {
-        case kindC: return 0.0f;
-        case kindL: return -30.0f;
-        case kindR: return 30.0f;
-        case kindLs: return withRears ? -100.0f : -110.0f;
-        case kindRs: return withRears ? 100.0f : 110.0f;
-        case kindLsr: return -145.0f;
-        case kindRsr: return 145.0f;
-        default: return std::numeric_limits<float>::quiet_NaN();
-    }
-}
-
 void UpmixerAmbisonicStage::encode (float angle, float v, int format, int numChannels, float* gains) noexcept
 {
     const float azimuth = -angle * degrees;
@@ -120,7 +105,7 @@ void UpmixerAmbisonicStage::updateGains (const Settings& s, bool withRears) noex
     for (int pair = 0; pair < numPairs; ++pair)
         for (int side = 0; side < 2; ++side)
         {
-            const float angle = loudspeakerAngle (pairKinds[pair][side], withRears);
+            const float angle = KaChannelRouting::earLevelAzimuth (pairKinds[pair][side], withRears);
             encode (angle, 0.5f, format, numChannels, m_gains[(size_t) (pair * 4 + side)].data());
             encode (angle, liftedHeight, format, numChannels, m_gains[(size_t) (pair * 4 + 2 + side)].data());
         }

@@ -58,10 +58,6 @@ public:
     /** Any thread, no allocation: the harmonic (ACN index) output channel c carries in a format. */
     static int harmonicOfChannel (int format, int channel) noexcept;
 
-    /** Any thread, no allocation: the loudspeaker angle of a lower-layer kind in degrees
-        (negative to the left), or NaN for the LFE and kinds not encoded. */
-    static float loudspeakerAngle (int kind, bool withRears) noexcept;
-
     /** Any thread, no allocation: the channel gains (in output channel order, numChannels of
         them) of a source at loudspeaker angle (degrees) and height value v. */
     static void encode (float angle, float v, int format, int numChannels, float* gains) noexcept;

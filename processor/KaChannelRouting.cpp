@@ -1,6 +1,7 @@
 #include "processor/KaChannelRouting.h"
 
 #include <algorithm>
+#include <limits>
 
 namespace KaChannelRouting
 {
@@ -81,6 +82,21 @@ namespace KaChannelRouting
     }
 
     bool isInverseTableBuilt() noexcept { return inverseBuilt.load (std::memory_order_acquire); }
+
+    float earLevelAzimuth (int kind, bool withRears) noexcept
+    {
+        switch (kind)
+        {
+            case kindC: return 0.0f;
+            case kindL: return -30.0f;
+            case kindR: return 30.0f;
+            case kindLs: return withRears ? -100.0f : -110.0f;
+            case kindRs: return withRears ? 100.0f : 110.0f;
+            case kindLsr: return -145.0f;
+            case kindRsr: return 145.0f;
+            default: return std::numeric_limits<float>::quiet_NaN();
+        }
+    }
 
     juce::String kindName (int kind, int routing)
     {

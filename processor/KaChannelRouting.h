@@ -41,6 +41,11 @@ namespace KaChannelRouting
         k is outside 0..12. */
     int hostPositionOfKind (int routing, int kind) noexcept;
 
+    /** The azimuth in degrees (negative to the left) of an ear-level loudspeaker kind (C, L, R,
+        Ls, Rs, Lsr, Rsr): side surrounds at ±110 without rears, ±100 with them; NaN for the LFE
+        and the heights. */
+    float earLevelAzimuth (int kind, bool withRears) noexcept;
+
     /** Number of host positions that routing r defines before its terminator. */
     int rowSize (int routing) noexcept;
 

@@ -24,6 +24,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <set>
 #include <thread>
 
 #include "XWindowGrab.h"
@@ -239,6 +240,30 @@ TEST (EditorFrame, OpensAndClosesWhileAudioRuns)
     }
     running = false;
     audio.join();
+}
+
+TEST (EditorBinding, EveryHostParameterHasAControlInSomeLayout)
+{
+    // The widest output shows every output strip; five inputs show the input mute groups.
+    std::set<int> reached;
+    int numHostParameters = 0;
+    for (const auto& [inputs, outputs] : { std::pair { juce::AudioChannelSet::stereo(), juce::AudioChannelSet::create7point1point4() },
+                                           std::pair { juce::AudioChannelSet::discreteChannels (5), juce::AudioChannelSet::create5point1() } })
+    {
+        UpmixerProcessor processor;
+        juce::AudioProcessor::BusesLayout layout;
+        layout.inputBuses.add (inputs);
+        layout.outputBuses.add (outputs);
+        ASSERT_TRUE (processor.setBusesLayout (layout));
+        UpmixerEditor editor (processor);
+        numHostParameters = processor.getParameterTable().getNumHostParameters();
+        for (int number = 0; number < numHostParameters; ++number)
+            if (editor.findControl (number) != nullptr)
+                reached.insert (number);
+    }
+    for (int number = 0; number < numHostParameters; ++number)
+        if (number != ParamMapVersion)  // the session's bookkeeping, not a setting
+            EXPECT_TRUE (reached.count (number) == 1) << number;
 }
 
 TEST (EditorBinding, GesturesUndoAnnouncementsAndNotices)
