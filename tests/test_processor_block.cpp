@@ -129,6 +129,41 @@ TEST (ProcessorBlock, MutesAndSolosActWithinMillisecondsAtAnyBlockSize)
     }
 }
 
+TEST (ProcessorBlock, OneInstanceKeepsEverySpeakerOnItsChannelAsTheLayoutShrinks)
+{
+    // The order resolved for 7.1.4 must not stay in force at 7.1.2 and 5.1 on the same instance.
+    // With Listen Source, each input speaker must arrive on the output of its type.
+    using Set = juce::AudioChannelSet;
+    UpmixerProcessor processor;
+    processor.setParameterNotifyingHost (MonitorSource, 1.0f, false);
+    for (const auto& [in, out] : { std::pair { Set::create7point1(), Set::create7point1point4() },
+                                   std::pair { Set::create7point1point2(), Set::create7point1point2() },
+                                   std::pair { Set::create5point1(), Set::create5point1() } })
+    {
+        SCOPED_TRACE (out.getDescription());
+        juce::AudioProcessor::BusesLayout layout;
+        layout.inputBuses.add (in);
+        layout.outputBuses.add (out);
+        ASSERT_TRUE (processor.setBusesLayout (layout));
+        processor.prepareToPlay (48000.0, 512);
+        processor.runHousekeeping();
+        juce::AudioBuffer<float> block (out.size(), 512);
+        juce::MidiBuffer midi;
+        for (int i = 0; i < 8; ++i)
+        {
+            for (int ch = 0; ch < out.size(); ++ch)
+                juce::FloatVectorOperations::fill (block.getWritePointer (ch), ch < in.size() ? 0.05f * (float) (ch + 1) : 0.0f, 512);
+            processor.processBlock (block, midi);
+        }
+        for (int ch = 0; ch < out.size(); ++ch)
+        {
+            const int source = in.getChannelIndexForType (out.getTypeOfChannel (ch));
+            EXPECT_NEAR (block.getSample (ch, 511), source >= 0 ? 0.05f * (float) (source + 1) : 0.0f, 1.0e-6f)
+                << Set::getAbbreviatedChannelTypeName (out.getTypeOfChannel (ch));
+        }
+    }
+}
+
 TEST (ProcessorBlock, OutputTrimsMutesAndSolosActOnTheSpeakerTheirNameSays)
 {
     // They were once applied by host position: at 7.1.4 "Mute Lsr" silenced the top front left.
