@@ -170,12 +170,22 @@ TEST (EditorFrame, LockedRenderSkipsAndTexturesFollowTheContext)
         return XWindowGrab::countPixels (XWindowGrab::grab (editor), { 10, 9, 150, 30 },
                                          [] (juce::Colour c) { return c.getBlue() > 150 && c.getGreen() > 120 && c.getRed() < 130; });
     };
+    // Software GL on a loaded machine may take a while for the first frames: up to 20 s.
+    auto titleShows = [&]
+    {
+        for (int wait = 0; wait < 80; ++wait)
+        {
+            pump (250);
+            if (titlePixels() > 60)
+                return true;
+        }
+        return false;
+    };
     editor.addToDesktop (0);
     editor.setVisible (true);
-    pump (1500);
+    ASSERT_TRUE (titleShows());
     const int textures = frame.getNumTextures();
     EXPECT_GT (textures, 3);  // fonts, film strips
-    EXPECT_GT (titlePixels(), 60);
 
     int frames = 0;
     {
@@ -186,7 +196,8 @@ TEST (EditorFrame, LockedRenderSkipsAndTexturesFollowTheContext)
         EXPECT_EQ (frame.getNumFramesRendered(), frames);
     }
     frame.requestRedraw();
-    pump (300);
+    for (int wait = 0; wait < 80 && frame.getNumFramesRendered() == frames; ++wait)
+        pump (250);
     EXPECT_GT (frame.getNumFramesRendered(), frames);
 
     for (int context = 0; context < 2; ++context)
@@ -195,9 +206,8 @@ TEST (EditorFrame, LockedRenderSkipsAndTexturesFollowTheContext)
         pump (200);
         EXPECT_EQ (frame.getNumTextures(), 0);
         editor.addToDesktop (0);
-        pump (1500);
+        EXPECT_TRUE (titleShows());
         EXPECT_EQ (frame.getNumTextures(), textures);
-        EXPECT_GT (titlePixels(), 60);
     }
 }
 
@@ -236,6 +246,8 @@ TEST (EditorFrame, OpensAndClosesWhileAudioRuns)
             editor.showPage (page);
             juce::MessageManager::getInstance()->runDispatchLoopUntil (150);
         }
+        for (int wait = 0; wait < 80 && editor.getOglComponent().getNumFramesRendered() == 0; ++wait)
+            juce::MessageManager::getInstance()->runDispatchLoopUntil (250);  // a loaded machine
         EXPECT_GT (editor.getOglComponent().getNumFramesRendered(), 0);
     }
     running = false;
