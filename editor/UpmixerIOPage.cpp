@@ -14,18 +14,6 @@ namespace
     constexpr int bottomRowHeight = 178, routingWidth = 330, multiInputWidth = 300;
     constexpr int correlationRow = 13, correlationGap = 2;
 
-    juce::String layoutName (int outputs)
-    {
-        switch (outputs)
-        {
-            case 6: return "5.1";
-            case 8: return "7.1";
-            case 10: return "7.1.2";
-            case 12: return "7.1.4";
-            default: return juce::String (outputs) + " ch";
-        }
-    }
-
     juce::String inputName (const juce::AudioChannelSet& set, int numInputs, int input)
     {
         if (numInputs == 1)
@@ -166,8 +154,8 @@ void UpmixerIOPage::applyLayout (const Layout& l)
             UpmixerStripBinding::showOutput (strip, table, l.routing, p);
     }
 
-    m_panelOutputs.setTitle (l.ambisonicOrder > 0 ? "Outputs  " + layoutName (l.outputs) + " > Ambisonic order " + juce::String (l.ambisonicOrder)
-                                                   : "Outputs  " + layoutName (l.outputs));
+    m_panelOutputs.setTitle (l.ambisonicOrder > 0 ? "Outputs  " + KaChannelRouting::layoutNameForWidth (l.outputs) + " > Ambisonic order " + juce::String (l.ambisonicOrder)
+                                                   : "Outputs  " + KaChannelRouting::layoutNameForWidth (l.outputs));
 
     // Correlation: the source pair, the downmix and the speaker pairs the layout has.
     m_shownPairs.clear();

@@ -33,18 +33,6 @@ UpmixerSurroundField::UpmixerSurroundField()
     m_title.set ("Surround field");
 }
 
-juce::String UpmixerSurroundField::layoutName (int numOutputs)
-{
-    switch (numOutputs)
-    {
-        case 6: return "5.1";
-        case 8: return "7.1";
-        case 10: return "7.1.2";
-        case 12: return "7.1.4";
-        default: return juce::String (numOutputs) + " channels";
-    }
-}
-
 int UpmixerSurroundField::getNumCirclesShown() const
 {
     int n = 0;
@@ -100,7 +88,7 @@ void UpmixerSurroundField::update (UpmixerProcessor& processor)
     {
         m_nRouting = routing;
         m_nOutputs = outputs;
-        m_title.set ("Surround field   " + layoutName (outputs));
+        m_title.set ("Surround field   " + KaChannelRouting::layoutNameForWidth (outputs));
         placeCircles();
         m_bPlaced = true;
     }

@@ -37,9 +37,6 @@ public:
     UpmixerChannelCircle& getCircle (int kind) noexcept { return *m_circles[(size_t) kind]; }
     int getNumCirclesShown() const;
 
-    /** The layout's name as the title shows it ("7.1.4"). */
-    static juce::String layoutName (int numOutputs);
-
     void render (double time) override;
     void resized() override;
 

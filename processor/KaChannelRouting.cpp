@@ -98,6 +98,18 @@ namespace KaChannelRouting
         }
     }
 
+    juce::String layoutNameForWidth (int numOutputs)
+    {
+        switch (numOutputs)
+        {
+            case 6: return "5.1";
+            case 8: return "7.1";
+            case 10: return "7.1.2";
+            case 12: return "7.1.4";
+            default: return juce::String (numOutputs) + " ch";
+        }
+    }
+
     juce::String kindName (int kind, int routing)
     {
         static const char* const names[numKinds] = { "L", "R", "C", "LFE", "Ls", "Rs", "Lsr", "Rsr", "Lts", "Rts", "Trl", "Trr" };

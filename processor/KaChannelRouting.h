@@ -46,6 +46,10 @@ namespace KaChannelRouting
         and the heights. */
     float earLevelAzimuth (int kind, bool withRears) noexcept;
 
+    /** The speaker layout a number of outputs makes ("5.1", "7.1", "7.1.2", "7.1.4"), or the
+        channel count ("16 ch") for any other width. */
+    juce::String layoutNameForWidth (int numOutputs);
+
     /** Number of host positions that routing r defines before its terminator. */
     int rowSize (int routing) noexcept;
 
