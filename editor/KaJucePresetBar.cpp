@@ -1,4 +1,5 @@
 #include "editor/KaJucePresetBar.h"
+#include "editor/KaJuceLayout.h"
 #include "editor/KaJuceEditorBase.h"
 #include "editor/KaOglDraw.h"
 #include "processor/KaPresetLibrary.h"
@@ -56,14 +57,8 @@ void KaJucePresetBar::resized()
 {
     KaOglChildComponent::resized();
     auto area = getLocalBounds();
-    m_btnSaveAs.setBounds (area.removeFromRight (82));
-    area.removeFromRight (6);
-    m_btnSave.setBounds (area.removeFromRight (56));
-    area.removeFromRight (10);
-    m_btnPresetPrev.setBounds (area.removeFromLeft (30));
-    area.removeFromLeft (4);
-    m_btnPresetNext.setBounds (area.removeFromRight (30));
-    area.removeFromRight (4);
+    KaJuceLayout::fromRight (area, { { &m_btnSaveAs, 82, 6 }, { &m_btnSave, 56, 10 }, { &m_btnPresetNext, 30, 4 } });
+    KaJuceLayout::fromLeft (area, { { &m_btnPresetPrev, 30, 4 } });
     m_btnPresetName.setBounds (area);
     if (auto* frame = m_dialog.getParentComponent())
         m_dialog.setBounds (frame->getLocalBounds());

@@ -1,4 +1,5 @@
 #include "editor/UpmixerEditor.h"
+#include "editor/KaJuceLayout.h"
 #include "editor/KaJuceFilmStrip.h"
 #include "editor/KaOglDraw.h"
 #include "processor/KaChannelRouting.h"
@@ -296,28 +297,15 @@ void UpmixerEditor::resized()
         m_owned.front()->setBounds (header);  // the header bar
     header.reduce (margin, 9);
     m_readoutTitle.setBounds (header.removeFromLeft (140));
-    m_btnMenu.setBounds (header.removeFromRight (64));
-    header.removeFromRight (12);
-    m_btnBypass.setBounds (header.removeFromRight (68));
-    header.removeFromRight (12);
-    m_btnAtoB.setBounds (header.removeFromRight (50));
-    header.removeFromRight (4);
-    m_btnAB.setBounds (header.removeFromRight (50));
-    header.removeFromRight (12);
-    m_btnRedo.setBounds (header.removeFromRight (50));
-    header.removeFromRight (4);
-    m_btnUndo.setBounds (header.removeFromRight (50));
-    header.removeFromRight (16);
+    KaJuceLayout::fromRight (header, { { &m_btnMenu, 64, 12 }, { &m_btnBypass, 68, 12 }, { &m_btnAtoB, 50, 4 },
+                                       { &m_btnAB, 50, 12 }, { &m_btnRedo, 50, 4 }, { &m_btnUndo, 50, 16 } });
     m_presetBar.setBounds (header);
 
     m_settings.setBounds (getLocalBounds());
     m_readoutStatus.setBounds (area.removeFromBottom (statusHeight).reduced (margin, 3));
     auto tabs = area.removeFromTop (tabHeight).reduced (margin, 3);
     for (auto* tab : m_tabs)
-    {
-        tab->setBounds (tabs.removeFromLeft (120));
-        tabs.removeFromLeft (6);
-    }
+        KaJuceLayout::fromLeft (tabs, { { tab, 120, 6 } });
 
     const auto pageArea = area.reduced (margin, 4);
     layOutMainPage (pageArea.withZeroOrigin());

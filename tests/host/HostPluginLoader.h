@@ -2,7 +2,10 @@
 
 #include <juce_audio_processors/juce_audio_processors.h>
 
+#include <bit>
+#include <cstdint>
 #include <memory>
+#include <vector>
 
 /** Loads the built plug-in binaries through JUCE's own hosting classes, as a host would. */
 namespace HostPluginLoader
@@ -55,6 +58,23 @@ namespace HostPluginLoader
         param->beginChangeGesture();
         param->setValueNotifyingHost (value);
         param->endChangeGesture();
+    }
+
+    /** The host's view of the first `count` parameters (all by default), bit for bit. */
+    inline std::vector<std::uint32_t> parameterBits (juce::AudioPluginInstance& p, int count = -1)
+    {
+        std::vector<std::uint32_t> bits;
+        const auto& params = p.getParameters();
+        for (int i = 0; i < (count < 0 ? params.size() : std::min (count, params.size())); ++i)
+            bits.push_back (std::bit_cast<std::uint32_t> (params[i]->getValue()));
+        return bits;
+    }
+
+    inline juce::MemoryBlock stateOf (juce::AudioPluginInstance& p)
+    {
+        juce::MemoryBlock block;
+        p.getStateInformation (block);
+        return block;
     }
 
     /** Runs `blocks` blocks of the given input through the instance; returns the last block. */

@@ -13,7 +13,7 @@
 
 #include <bit>
 
-using HostPluginLoader::Format;
+using HostPluginLoader::Format, HostPluginLoader::parameterBits, HostPluginLoader::stateOf;
 
 namespace
 {
@@ -39,17 +39,9 @@ namespace
         HostPluginLoader::process (p, silence, 1);
     }
 
-    std::vector<std::uint32_t> bitsOfParameters (juce::AudioPluginInstance& p)
-    {
-        std::vector<std::uint32_t> bits;
-        for (int i = 0; i < numHostParameters; ++i)
-            bits.push_back (std::bit_cast<std::uint32_t> (p.getParameters()[i]->getValue()));
-        return bits;
-    }
-
     void expectSameParameters (juce::AudioPluginInstance& p, const std::vector<std::uint32_t>& expected)
     {
-        const auto bits = bitsOfParameters (p);
+        const auto bits = parameterBits (p, numHostParameters);
         for (int i = 0; i < numHostParameters; ++i)
             EXPECT_EQ (bits[(size_t) i], expected[(size_t) i]) << p.getParameters()[i]->getName (100) << ": "
                                                               << std::bit_cast<float> (bits[(size_t) i]) << " instead of "
@@ -66,13 +58,6 @@ namespace
         }
         return p;
     }
-
-    juce::MemoryBlock stateOf (juce::AudioPluginInstance& p)
-    {
-        juce::MemoryBlock block;
-        p.getStateInformation (block);
-        return block;
-    }
 }
 
 TEST_P (HostState, EveryHostParameterSurvivesARoundTrip)
@@ -82,7 +67,7 @@ TEST_P (HostState, EveryHostParameterSurvivesARoundTrip)
     for (int i = 0; i < numHostParameters; ++i)
         HostPluginLoader::setParameter (*first, i, awkward (i));
     settle (*first);
-    const auto expected = bitsOfParameters (*first);
+    const auto expected = parameterBits (*first, numHostParameters);
     const auto block = stateOf (*first);
     ASSERT_GT (block.getSize(), 1000u);
 
@@ -107,7 +92,7 @@ TEST_P (HostState, ForeignBlocksChangeNothing)
     for (int i = 0; i < numHostParameters; ++i)
         HostPluginLoader::setParameter (*plugin, i, awkward (i + 3));
     settle (*plugin);
-    const auto before = bitsOfParameters (*plugin);
+    const auto before = parameterBits (*plugin, numHostParameters);
 
     juce::MemoryBlock noise (4096);
     juce::Random (5).fillBitsRandomly (noise.getData(), noise.getSize());

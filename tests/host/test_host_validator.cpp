@@ -14,10 +14,9 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <bit>
 #include <thread>
 
-using HostPluginLoader::Format;
+using HostPluginLoader::Format, HostPluginLoader::parameterBits, HostPluginLoader::stateOf;
 using Set = juce::AudioChannelSet;
 
 namespace
@@ -97,14 +96,6 @@ namespace
         return true;
     }
 
-    std::vector<std::uint32_t> parameterBits (juce::AudioPluginInstance& p)
-    {
-        std::vector<std::uint32_t> bits;
-        for (auto* param : p.getParameters())
-            bits.push_back (std::bit_cast<std::uint32_t> (param->getValue()));
-        return bits;
-    }
-
     /** Values travel between host and plug-in with the audio (LV2), the plug-in's timer and
         the VST3 controller's updates: blocks and message-loop turns until `done` holds, for at
         most two seconds (a loaded machine can take long). */
@@ -127,13 +118,6 @@ namespace
     {
         run (p, 1024, { 512 });
         juce::MessageManager::getInstance()->runDispatchLoopUntil (20);
-    }
-
-    juce::MemoryBlock stateOf (juce::AudioPluginInstance& p)
-    {
-        juce::MemoryBlock block;
-        p.getStateInformation (block);
-        return block;
     }
 
     /** Loads a state; true when the plug-in then gives back exactly that state. */
