@@ -1,5 +1,6 @@
 #include "editor/UpmixerIOPage.h"
 #include "editor/UpmixerStripBinding.h"
+#include "engine/UpmixerAmbisonicStage.h"
 #include "processor/KaChannelRouting.h"
 #include "processor/UpmixerParameters.h"
 #include "processor/UpmixerProcessor.h"
@@ -32,6 +33,8 @@ UpmixerIOPage::UpmixerIOPage (KaJuceEditorBase& editor, UpmixerProcessor& proces
 
     for (auto* panel : { &m_panelSources, &m_panelOutputs, &m_panelDownmix, &m_panelCorrelation })
         addAndMakeVisible (panel);
+    addChildComponent (m_panelAmbisonic);
+    m_panelAmbisonic.setName ("m_panelAmbisonic");
     m_panelSources.setName ("m_panelSources");
     m_panelOutputs.setName ("m_panelOutputs");
     m_panelDownmix.setName ("m_panelDownmix");
@@ -85,6 +88,22 @@ UpmixerIOPage::UpmixerIOPage (KaJuceEditorBase& editor, UpmixerProcessor& proces
     for (int i = 0; i < UpmixerObservers::numPairs; ++i)
         m_correlationPairs.push_back (correlation ("m_correlationPair" + juce::String (i)));
 
+    for (int c = 0; c < UpmixerObservers::numAmbisonicMeters; ++c)
+    {
+        auto& meter = *m_ambisonicMeters.emplace_back (std::make_unique<KaJuceLevelMeterDisplay> ("m_meterAmbisonic" + juce::String (c)));
+        meter.onReset = [this]
+        {
+            for (auto& m : m_ambisonicMeters)
+                m->resetPeaks();
+        };
+        m_panelAmbisonic.addChildComponent (meter);
+        auto& name = *m_ambisonicNames.emplace_back (std::make_unique<KaJuceMarginReadout> ("m_readoutAmbisonic" + juce::String (c), 0));
+        name.setJustification (juce::Justification::centred);
+        name.setDrawsBackground (false);
+        name.setLabelFontSize (KaJuceTheme::smallText);
+        m_panelAmbisonic.addChildComponent (name);
+    }
+
     applyLayout (currentLayout());
 }
 
@@ -112,6 +131,7 @@ UpmixerIOPage::Layout UpmixerIOPage::currentLayout() const
     // An Ambisonic bus is fed from the engine's 7.1, whose channels keep their strips (trims,
     // mutes and solos act on them before the encoding).
     l.ambisonicOrder = m_upmixer.getAmbisonicOrder();
+    l.ambisonicFormat = m_upmixer.getParameterTable().getChoice (AmbisonicFormat);
     l.outputs = juce::jlimit (0, numOutputs, l.ambisonicOrder > 0 ? m_upmixer.getEngineOutputCount() : m_upmixer.getTotalNumOutputChannels());
     l.routing = m_upmixer.getCurrentRouting();
     l.primary = m_upmixer.getParameterTable().getChoice (PrimarySoloOrMute);
@@ -177,6 +197,19 @@ void UpmixerIOPage::applyLayout (const Layout& l)
         for (int pair : m_shownPairs)
             m_shownCorrelations.push_back (m_correlationPairs[(size_t) pair].get());
     }
+    // The Ambisonic channels' meters take the correlation meters' place: those watch speaker
+    // pairs that an Ambisonic bus does not have.
+    m_panelCorrelation.setVisible (l.ambisonicOrder == 0);
+    m_panelAmbisonic.setVisible (l.ambisonicOrder > 0);
+    m_nAmbisonic = l.ambisonicOrder > 0 ? (l.ambisonicOrder + 1) * (l.ambisonicOrder + 1) : 0;
+    const bool fuma = l.ambisonicFormat == UpmixerAmbisonicStage::formatFuMa;
+    m_panelAmbisonic.setTitle ("Ambisonic  order " + juce::String (l.ambisonicOrder) + (fuma ? ", FuMa" : ", AmbiX (ACN, SN3D)"));
+    for (int c = 0; c < UpmixerObservers::numAmbisonicMeters; ++c)
+    {
+        m_ambisonicMeters[(size_t) c]->setVisible (c < m_nAmbisonic);
+        m_ambisonicNames[(size_t) c]->setVisible (c < m_nAmbisonic);
+        m_ambisonicNames[(size_t) c]->setLabel (UpmixerAmbisonicStage::harmonicLetter (UpmixerAmbisonicStage::harmonicOfChannel (l.ambisonicFormat, c)));
+    }
     m_correlationSource->setVisible (l.correlation);
     m_correlationDownmix->setVisible (l.correlation);
     for (auto& display : m_correlationPairs)
@@ -231,6 +264,8 @@ void UpmixerIOPage::updateStyles()
     for (auto* strips : { &m_sources, &m_outputs, &m_downmix })
         for (auto& s : *strips)
             s->getMeter().setStyle (style);
+    for (auto& meter : m_ambisonicMeters)
+        meter->setStyle (style);
     for (int p = 0; p < m_nOutputs; ++p)
         m_outputs[(size_t) p]->setChannel (m_outputs[(size_t) p]->getChannelName(),
                                            UpmixerStripBinding::channelColour (table, KaChannelRouting::kindAtPosition (m_layout.routing, p)));
@@ -259,6 +294,8 @@ void UpmixerIOPage::updateMeters()
         UpmixerStripBinding::tick (*m_outputs[(size_t) p], observers.getLevelMeter (UpmixerObservers::rowUpmix, p).get(), live, now);
     for (int side = 0; side < 2; ++side)
         UpmixerStripBinding::tick (*m_downmix[(size_t) side], observers.getLevelMeter (UpmixerObservers::rowDownmix, side).get(), live, now);
+    for (int c = 0; c < m_nAmbisonic; ++c)
+        UpmixerStripBinding::tick (*m_ambisonicMeters[(size_t) c], observers.getLevelMeter (UpmixerObservers::rowAmbisonic, c).get(), live, now);
 
     if (! m_layout.correlation)
         return;
@@ -312,6 +349,18 @@ void UpmixerIOPage::resized()
     m_panelMultiInput->setBounds (bottom.removeFromLeft (multiInputWidth));
     bottom.removeFromLeft (margin);
     m_panelCorrelation.setBounds (bottom);
+    m_panelAmbisonic.setBounds (bottom);
+    {
+        // Sixteen meters share the panel's width; fewer keep a strip's width at most.
+        const int nameHeight = 16, width = juce::jmin (maxStripWidth / 2, (bottom.getWidth() - 2 * panelPad) / juce::jmax (1, m_nAmbisonic));
+        const int meterHeight = bottom.getHeight() - panelTitle - 2 * panelPad - nameHeight;
+        for (int c = 0; c < m_nAmbisonic; ++c)
+        {
+            const int x = panelPad + c * width;
+            m_ambisonicNames[(size_t) c]->setBounds (x, panelTitle + panelPad, width, nameHeight);
+            m_ambisonicMeters[(size_t) c]->setBounds (x, panelTitle + panelPad + nameHeight, width, meterHeight);
+        }
+    }
 
     const int inner = bottom.getWidth() - 2 * panelPad;
     m_btnCorrelation.setBounds (bottom.getWidth() - panelPad - 64, 4, 64, 18);

@@ -15,7 +15,8 @@ class UpmixerProcessor;
 /** The I/O page: a strip per source channel (as many as the host gives, up to 10), per output
     channel of the current layout (up to 12, in the order the host receives them) and per
     downmix side, each with its meter and controls; below them the routing, the multi-input
-    options and the correlation meters.
+    options and the correlation meters, or, while the output bus is Ambisonic, a meter per
+    Ambisonic channel in the order the host receives them.
 
     update() runs on the message thread inside the editor's updateGui(): it follows the layout
     (channel counts, routing, which switch is solo and which mute) and, while the page shows,
@@ -43,18 +44,23 @@ public:
     UpmixerChannelStrip& getDownmixStrip (int side) { return *m_downmix[(size_t) side]; }
     /** The correlation meters shown now (source, downmix, then the layout's speaker pairs). */
     std::vector<KaJuceCorrelationDisplay*> getShownCorrelations() const;
+    /** The Ambisonic channels' meters shown now (none unless the output bus is Ambisonic). */
+    int getNumAmbisonicMeters() const noexcept { return m_nAmbisonic; }
+    KaJuceLevelMeterDisplay& getAmbisonicMeter (int channel) { return *m_ambisonicMeters[(size_t) channel]; }
+    juce::String getAmbisonicName (int channel) const { return m_ambisonicNames[(size_t) channel]->getLabel(); }
 
     void resized() override;
 
 private:
     struct Layout
     {
-        int sources = -1, outputs = -1, routing = -1, primary = -1, secondary = -1, ambisonicOrder = 0;
+        int sources = -1, outputs = -1, routing = -1, primary = -1, secondary = -1, ambisonicOrder = 0, ambisonicFormat = 0;
         bool correlation = false;
         bool operator== (const Layout& o) const noexcept
         {
             return sources == o.sources && outputs == o.outputs && routing == o.routing && primary == o.primary
-                   && secondary == o.secondary && ambisonicOrder == o.ambisonicOrder && correlation == o.correlation;
+                   && secondary == o.secondary && ambisonicOrder == o.ambisonicOrder
+                   && ambisonicFormat == o.ambisonicFormat && correlation == o.correlation;
         }
     };
 
@@ -86,4 +92,9 @@ private:
     std::vector<std::unique_ptr<KaJuceCorrelationDisplay>> m_correlationPairs;
     std::vector<KaJuceCorrelationDisplay*> m_shownCorrelations;
     std::vector<int> m_shownPairs;  // pair numbers of the pair meters shown, in order
+
+    KaJuceOglGridComponent m_panelAmbisonic { "Ambisonic", 1, 0 };
+    std::vector<std::unique_ptr<KaJuceLevelMeterDisplay>> m_ambisonicMeters;
+    std::vector<std::unique_ptr<KaJuceMarginReadout>> m_ambisonicNames;
+    int m_nAmbisonic = 0;
 };

@@ -99,11 +99,11 @@ namespace UpmixerStripBinding
         return lastBlock > 0.0 && nowMs - lastBlock < audioStoppedMs;
     }
 
-    void tick (UpmixerChannelStrip& strip, KaJuceObserverLevelMeter* meter, bool running, double nowMs)
+    void tick (KaJuceLevelMeterDisplay& display, KaJuceObserverLevelMeter* meter, bool running, double nowMs)
     {
         if (! running || meter == nullptr)
-            return strip.getMeter().tick (silenceDb, silenceDb, nowMs);
+            return display.tick (silenceDb, silenceDb, nowMs);
         const float level = meter->getLevelDb();  // first: it takes the peak getLastPeakDb() reports
-        strip.getMeter().tick (level, meter->getLastPeakDb(), nowMs);
+        display.tick (level, meter->getLastPeakDb(), nowMs);
     }
 }

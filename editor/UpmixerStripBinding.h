@@ -31,5 +31,9 @@ namespace UpmixerStripBinding
     /** Whether blocks are arriving: one started within the last 250 ms. */
     bool isAudioRunning (const KaJuceProcessorBase& processor, double nowMs);
     /** One meter tick from its observer; silence when the audio is not running or there is none. */
-    void tick (UpmixerChannelStrip& strip, KaJuceObserverLevelMeter* meter, bool running, double nowMs);
+    void tick (KaJuceLevelMeterDisplay& display, KaJuceObserverLevelMeter* meter, bool running, double nowMs);
+    inline void tick (UpmixerChannelStrip& strip, KaJuceObserverLevelMeter* meter, bool running, double nowMs)
+    {
+        tick (strip.getMeter(), meter, running, nowMs);
+    }
 }

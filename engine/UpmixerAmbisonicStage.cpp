@@ -72,6 +72,12 @@ int UpmixerAmbisonicStage::harmonicOfChannel (int format, int channel) noexcept
     return format == formatFuMa ? fumaOrder[channel] : channel;
 }
 
+const char* UpmixerAmbisonicStage::harmonicLetter (int k) noexcept
+{
+    static constexpr const char* letters[maxChannels] = { "W", "Y", "Z", "X", "V", "T", "R", "S", "U", "Q", "O", "M", "K", "L", "N", "P" };
+    return k >= 0 && k < maxChannels ? letters[k] : "";
+}
+
 void UpmixerAmbisonicStage::encode (float angle, float v, int format, int numChannels, float* gains) noexcept
 {
     const float azimuth = -angle * degrees;

@@ -58,6 +58,10 @@ public:
     /** Any thread, no allocation: the harmonic (ACN index) output channel c carries in a format. */
     static int harmonicOfChannel (int format, int channel) noexcept;
 
+    /** The letter Ambisonic tools name harmonic k (ACN, 0..15) by: W Y Z X V T R S U Q O M K L N P;
+        "" outside. */
+    static const char* harmonicLetter (int k) noexcept;
+
     /** Any thread, no allocation: the channel gains (in output channel order, numChannels of
         them) of a source at loudspeaker angle (degrees) and height value v. */
     static void encode (float angle, float v, int format, int numChannels, float* gains) noexcept;

@@ -6,7 +6,8 @@
 //   not the kind at 7.1.4) in one undo step, and swap when the per-user settings say so;
 // - a linked pair's trims move by the same step (undone together), an unlinked one alone;
 // - the strips follow a layout change (source and output counts, channel names; the Centre &
-//   LFE page's LFE strip).
+//   LFE page's LFE strip), and an Ambisonic bus shows a meter per Ambisonic channel, named in
+//   the host's order of its format, which W's meter rises on.
 #include "editor/UpmixerEditor.h"
 #include "processor/KaChannelRouting.h"
 #include "processor/UpmixerParameters.h"
@@ -153,18 +154,39 @@ TEST (EditorIOPage, StripsFollowTheLayout)
     UpmixerEditor editor (processor);
     auto& page = editor.getIOPage();
 
-    struct Case { juce::AudioChannelSet in, out; int sources, outputs; const char* lastOutput; };
+    struct Case { juce::AudioChannelSet in, out; int sources, outputs; const char* lastOutput; int ambisonic = 0; float fuma = 0.0f; const char* second = ""; };
     const Case cases[] = {
         { juce::AudioChannelSet::stereo(), juce::AudioChannelSet::create5point1(), 2, 6, "Rs" },
         { juce::AudioChannelSet::stereo(), juce::AudioChannelSet::create7point1point4(), 2, 12, "Rsr" },
         { juce::AudioChannelSet::mono(), juce::AudioChannelSet::create7point1(), 1, 8, "Rsr" },
         { juce::AudioChannelSet::discreteChannels (10), juce::AudioChannelSet::create7point1point2(), 10, 10, "Rts" },
-        { juce::AudioChannelSet::stereo(), juce::AudioChannelSet::ambisonic (3), 2, 8, "LFE" },  // the 7.1 it encodes
+        { juce::AudioChannelSet::stereo(), juce::AudioChannelSet::ambisonic (3), 2, 8, "LFE", 16, 0.0f, "Y" },  // the 7.1 it encodes
+        { juce::AudioChannelSet::stereo(), juce::AudioChannelSet::ambisonic (1), 2, 8, "LFE", 4, KaParameterTable::valueOfChoice (1), "X" },
     };
     for (const auto& c : cases)
     {
         setLayout (processor, c.in, c.out);
+        processor.setParameterNotifyingHost (AmbisonicFormat, c.fuma, false);
         editor.updateGui();
+        EXPECT_EQ (page.getNumAmbisonicMeters(), c.ambisonic);
+        if (c.ambisonic > 0)
+        {
+            constexpr int block = 512;
+            processor.prepareToPlay (48000.0, block);
+            juce::AudioBuffer<float> buffer (processor.getTotalNumOutputChannels(), block);
+            juce::MidiBuffer midi;
+            for (int b = 0; b < 8; ++b)
+            {
+                for (int i = 0; i < block; ++i)
+                    buffer.setSample (0, i, 0.5f * (float) std::sin (0.05 * (b * block + i)));
+                processor.processBlock (buffer, midi);
+            }
+            editor.showPage (2);
+            editor.updateGui();
+            EXPECT_GT (page.getAmbisonicMeter (0).getLevelDb(), -40.0f);
+            EXPECT_TRUE (page.getAmbisonicMeter (c.ambisonic - 1).isVisible());
+            EXPECT_EQ (page.getAmbisonicName (1), c.second);
+        }
         EXPECT_EQ (page.getNumSourceStrips(), c.sources);
         EXPECT_EQ (page.getNumOutputStrips(), c.outputs);
         for (int i = 0; i < UpmixerIOPage::maxSources; ++i)

@@ -22,6 +22,7 @@ namespace
         if (name == "7.1") return juce::AudioChannelSet::create7point1();
         if (name == "7.1.2") return juce::AudioChannelSet::create7point1point2();
         if (name == "7.1.4") return juce::AudioChannelSet::create7point1point4();
+        if (name.rfind ("ambisonic", 0) == 0) return juce::AudioChannelSet::ambisonic (std::clamp (std::atoi (name.c_str() + 9), 1, 3));
         return juce::AudioChannelSet::create5point1();
     }
 
@@ -114,7 +115,7 @@ int main (int argc, char** argv)
     int skip = 5;
     bool popUps = false, profiling = false;
     app.add_option ("--out", out, "Folder for the PNG files");
-    app.add_option ("--layouts", layouts, "Output layouts: 5.1, 7.1, 7.1.2, 7.1.4")->delimiter (',');
+    app.add_option ("--layouts", layouts, "Output layouts: 5.1, 7.1, 7.1.2, 7.1.4, ambisonic1 .. ambisonic3")->delimiter (',');
     app.add_option ("--input", input, "Clip to play (stereo; the demo clip by default)")->check (CLI::ExistingFile);
     app.add_option ("--seconds", seconds, "Seconds of playback before the first picture")->check (CLI::Range (0.5, 60.0));
     app.add_option ("--start", skip, "Seconds into the clip where playback starts")->check (CLI::Range (0, 600));
