@@ -105,6 +105,16 @@ namespace
         return {};
     }
 
+    /** The timing items that ran, in the order the stages run (their index order). */
+    std::vector<UpmixRenderer::StageTime> stageTimes (const KaProfiler& profiler)
+    {
+        std::vector<UpmixRenderer::StageTime> stages;
+        for (int i = 0; i < KaProfiler::maxItems; ++i)
+            if (const auto& item = profiler.item (i); item.name != nullptr && item.runs.load() > 0)
+                stages.push_back ({ item.name, item.totalMs.load(), item.runs.load() });
+        return stages;
+    }
+
     double toDb (double x) { return x > 1.0e-10 ? 20.0 * std::log10 (x) : -200.0; }
 
     /** Adds a run of samples to a channel's peak and sum of squares. The sums run in four
@@ -137,6 +147,43 @@ juce::StringArray UpmixRenderer::layoutNames()
     for (const auto& l : layouts())
         names.add (l.name);
     return names;
+}
+
+juce::String UpmixRenderer::prepareProcessor (UpmixerProcessor& processor, const Options& options, int numInputs,
+                                              double sampleRate, int blockSize)
+{
+    const auto all = layouts();
+    const auto layout = std::find_if (all.begin(), all.end(), [&] (const Layout& l) { return options.layout == l.name; });
+    if (layout == all.end())
+        return "unknown layout '" + options.layout + "' (use " + layoutNames().joinIntoString (", ") + ")";
+
+    processor.setHostPath ("orrin-upmix");
+    processor.setNonRealtime (true);
+    juce::AudioProcessor::BusesLayout buses;
+    buses.inputBuses.add (inputSetFor (numInputs));
+    buses.outputBuses.add (layout->pluginSet);
+    if (! processor.setBusesLayout (buses))
+        return "the processor refused the layout " + options.layout;
+
+    if (options.preset.isNotEmpty())
+        if (const auto error = applyPreset (processor, options.preset); error.isNotEmpty())
+            return error;
+
+    for (const auto& setting : options.settings)
+        if (const auto error = applySetting (processor, setting); error.isNotEmpty())
+            return error;
+    // The layout's name says the format; a preset or setting cannot contradict the file.
+    if (layout->ambisonicFormat >= 0)
+        processor.setParameterNotifyingHost (UpmixerParam::AmbisonicFormat, KaParameterTable::valueOfChoice (layout->ambisonicFormat), false);
+
+    if (options.profile)
+        processor.setProfilingShown (true);
+
+    // As a host does: the rate and block size first, so that getSampleRate() is right, then prepare.
+    processor.setRateAndBufferSizeDetails (sampleRate, blockSize);
+    processor.prepareToPlay (sampleRate, blockSize);
+    processor.runHousekeeping();
+    return {};
 }
 
 juce::int64 UpmixRenderer::preRollSamples (double sampleRate, int blockSize, juce::int64 numSamples)
@@ -180,33 +227,11 @@ UpmixRenderer::Result UpmixRenderer::render (const Options& options)
     result.numSamples = reader->lengthInSamples;
 
     UpmixerProcessor processor;
-    processor.setHostPath ("orrin-upmix");
-    processor.setNonRealtime (true);
-    juce::AudioProcessor::BusesLayout buses;
-    buses.inputBuses.add (inputSetFor (numIn));
-    buses.outputBuses.add (layout.pluginSet);
-    if (! processor.setBusesLayout (buses))
-        return result.error = "the processor refused the layout " + options.layout, result;
-
-    if (options.preset.isNotEmpty())
-        if (const auto error = applyPreset (processor, options.preset); error.isNotEmpty())
-            return result.error = error, result;
-
-    for (const auto& setting : options.settings)
-        if (const auto error = applySetting (processor, setting); error.isNotEmpty())
-            return result.error = error, result;
-    // The layout's name says the format; a preset or setting cannot contradict the file.
-    if (layout.ambisonicFormat >= 0)
-        processor.setParameterNotifyingHost (UpmixerParam::AmbisonicFormat, KaParameterTable::valueOfChoice (layout.ambisonicFormat), false);
-
     const int block = juce::jlimit (1, 8192, options.blockSize);
+    if (const auto error = prepareProcessor (processor, options, numIn, reader->sampleRate, block); error.isNotEmpty())
+        return result.error = error, result;
     // The meters and analysers only serve someone who reads them between blocks.
     processor.getObservers().setActive (static_cast<bool> (options.afterBlock));
-
-    // As a host does: the rate and block size first, so that getSampleRate() is right, then prepare.
-    processor.setRateAndBufferSizeDetails (reader->sampleRate, block);
-    processor.prepareToPlay (reader->sampleRate, block);
-    processor.runHousekeeping();
     const int latency = processor.getLatencySamples();
     result.latencySamples = latency;
 
@@ -255,6 +280,8 @@ UpmixRenderer::Result UpmixRenderer::render (const Options& options)
             for (int ch = numIn; ch < numBufferChannels; ++ch)
                 buffer.clear (ch, 0, block);
             processor.processBlock (buffer, midi);
+            if (position + block >= 0 && options.profile)
+                processor.getProfiler()->resetTotals();  // the timed part starts with the file
             continue;
         }
         if (position < total)
@@ -265,7 +292,10 @@ UpmixRenderer::Result UpmixRenderer::render (const Options& options)
             for (int ch = numIn; ch < numBufferChannels; ++ch)
                 buffer.clear (ch, 0, block);
         }
+        const double blockStart = options.profile ? juce::Time::getMillisecondCounterHiRes() : 0.0;
         processor.processBlock (buffer, midi);
+        if (options.profile)
+            result.processMs += juce::Time::getMillisecondCounterHiRes() - blockStart;
         if (options.afterBlock)
             options.afterBlock (processor, (double) (position + block - latency) / reader->sampleRate);
 
@@ -296,6 +326,9 @@ UpmixRenderer::Result UpmixRenderer::render (const Options& options)
     writer.reset();  // finishes the file's header
     if (! temp.overwriteTargetFileWithTemporary())
         return result.error = "cannot write '" + options.output.getFullPathName() + "'", result;
+
+    if (options.profile)
+        result.stages = stageTimes (*processor.getProfiler());
 
     for (int i = 0; i < numOut; ++i)
         result.channels.push_back ({ layout.ambisonicFormat >= 0 ? ambisonicChannelName (layout.ambisonicFormat, i)

@@ -35,6 +35,16 @@ public:
         /** After each block, with the processor that rendered it and the time in the output
             file at which the block ends (negative during the processor's latency). */
         std::function<void (const UpmixerProcessor&, double)> afterBlock;
+        /** Times the engine's stages and the processor's block calls (the pre-roll left out). */
+        bool profile = false;
+    };
+
+    /** What one of the engine's named timing items cost over the render. */
+    struct StageTime
+    {
+        juce::String name;
+        double totalMs = 0.0;
+        long long runs = 0;
     };
 
     struct ChannelStats
@@ -53,6 +63,8 @@ public:
         juce::int64 numSamples = 0;
         int latencySamples = 0;
         std::vector<ChannelStats> channels;
+        std::vector<StageTime> stages;  // with Options::profile, in the order they run
+        double processMs = 0.0;         // with Options::profile: all the processor's block calls
         bool ok() const { return error.isEmpty(); }
     };
 
@@ -61,6 +73,12 @@ public:
     static juce::StringArray layoutNames();
 
     static Result render (const Options& options);
+
+    /** Sets a processor up as a render does: the layout, preset and settings of the options
+        (and profiling with Options::profile), then prepared at the rate and block size. Returns
+        an error line, empty on success. */
+    static juce::String prepareProcessor (UpmixerProcessor& processor, const Options& options, int numInputs,
+                                          double sampleRate, int blockSize);
 
     /** How many mirrored samples run before the file: whole blocks making about a second, fewer
         for a file too short to mirror that much. */

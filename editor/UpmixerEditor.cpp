@@ -338,6 +338,7 @@ void UpmixerEditor::addMainMenuItems (KaJuceMenuPopUp& menu)
 {
     menu.addItem ("Settings...", true, false, [this] { showSettings (true); });
     KaJuceEditorBase::addMainMenuItems (menu);
+    m_supportMenu.addItems (menu);
 }
 
 void UpmixerEditor::updateOtherState()

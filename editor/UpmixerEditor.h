@@ -14,6 +14,7 @@
 #include "editor/UpmixerCentreLfePage.h"
 #include "editor/UpmixerIOPage.h"
 #include "editor/UpmixerSettingsPopUp.h"
+#include "editor/UpmixerSupportMenu.h"
 
 class UpmixerProcessor;
 
@@ -51,6 +52,7 @@ public:
     KaJuceButton& getMenuButton() noexcept { return m_btnMenu; }
     UpmixerSettingsPopUp& getSettings() noexcept { return m_settings; }
     void showSettings (bool show) { m_settings.show (show); }
+    UpmixerSupportMenu& getSupportMenu() noexcept { return m_supportMenu; }
     void addMainMenuItems (KaJuceMenuPopUp& menu) override;
 
 protected:
@@ -92,4 +94,5 @@ private:
     KaJuceABButton m_btnAB;
     KaJuceButton m_btnAtoB, m_btnBypass, m_btnMenu;
     UpmixerSettingsPopUp m_settings { *this };
+    UpmixerSupportMenu m_supportMenu { *this };
 };

@@ -163,6 +163,12 @@ void UpmixerAlgo::startTiming (int item, int numSamples) const noexcept
         profiler->stamp (item, juce::Time::getMillisecondCounterHiRes(), numSamples / (double) sampleRate * 1000.0);
 }
 
+void UpmixerAlgo::stopTiming() const noexcept
+{
+    if (KaProfiler* profiler = host->getProfiler(); profiler != nullptr && profiler->isTiming())
+        profiler->stop (juce::Time::getMillisecondCounterHiRes());
+}
+
 void UpmixerAlgo::processSubBlock (float* const* block, int numChannels, int numSamples) noexcept
 {
     const UpmixerChannels channels (block, numChannels, outputLayout);
@@ -202,6 +208,7 @@ void UpmixerAlgo::processSubBlock (float* const* block, int numChannels, int num
     }
 
     runOverheads (channels, numSamples);
+    stopTiming();
 }
 
 void UpmixerAlgo::runFrequencyDomainStage (float* const* block, int numChannels, int numSamples) noexcept

@@ -92,6 +92,8 @@ private:
     void runOverheads (const UpmixerChannels& channels, int numSamples) noexcept;
     float p (int number) const noexcept { return host->getParameterValue (number); }
     void startTiming (int item, int numSamples) const noexcept;
+    /** Ends the last stage's timing item. */
+    void stopTiming() const noexcept;
     static std::array<CircularAudioBuffer, 6> makeInputDelays();
 
     UpmixerAlgoInterface* host = nullptr;

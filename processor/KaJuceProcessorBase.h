@@ -50,6 +50,8 @@ public:
     int getPluginTypeNumber() const noexcept { return pluginTypeNumber; }
     const juce::String& getPluginTypeWord() const noexcept { return pluginTypeWord; }
     static juce::String pluginTypeWordFor (int typeNumber);
+    /** The line that opens the log: product, version, format, system, build, host and user. */
+    static juce::String buildLine (const juce::String& typeWord, const juce::String& hostPath);
     static int pluginTypeNumberFor (juce::AudioProcessor::WrapperType type);
 
     // Host ----------------------------------------------------------------------------------
@@ -281,7 +283,6 @@ protected:
     /** Queues a host notification of a parameter changed from the audio thread. */
     void queueHostNotification (int number) noexcept;
 
-    static juce::String buildLine (const juce::String& typeWord, const juce::String& hostPath);
 
 private:
     void timerCallback() override;

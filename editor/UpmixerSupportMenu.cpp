@@ -1,0 +1,44 @@
+#include "editor/UpmixerSupportMenu.h"
+#include "editor/KaJuceEditorBase.h"
+#include "processor/KaPaths.h"
+#include "processor/KaSupportBundle.h"
+
+UpmixerSupportMenu::UpmixerSupportMenu (KaJuceEditorBase& editor)
+    : m_editor (editor)
+{
+}
+
+void UpmixerSupportMenu::addItems (KaJuceMenuPopUp& menu)
+{
+    menu.addSeparator();
+    menu.addItem ("Export support file...", true, false, [this] { chooseExportFile(); });
+}
+
+juce::File UpmixerSupportMenu::defaultExportFile()
+{
+    return juce::File::getSpecialLocation (juce::File::userDocumentsDirectory)
+        .getChildFile (juce::String (KaPaths::productName) + " support " + juce::Time::getCurrentTime().formatted ("%Y-%m-%d") + ".zip");
+}
+
+void UpmixerSupportMenu::chooseExportFile()
+{
+    // Only ever from the user's click: the processor itself never opens a window.
+    m_chooser = std::make_unique<juce::FileChooser> ("Export support file", defaultExportFile(), "*.zip");
+    const auto flags = juce::FileBrowserComponent::saveMode | juce::FileBrowserComponent::canSelectFiles
+                       | juce::FileBrowserComponent::warnAboutOverwriting;
+    m_chooser->launchAsync (flags, [this] (const juce::FileChooser& chooser)
+    {
+        const auto file = chooser.getResult();
+        if (file != juce::File())
+            exportTo (file.withFileExtension ("zip"));
+    });
+}
+
+void UpmixerSupportMenu::exportTo (const juce::File& zip)
+{
+    const auto error = KaSupportBundle::write (m_editor.getProcessorBase(), zip);
+    if (error.isEmpty())
+        m_editor.showParameterChange ("Support file written: " + KaSupportBundle::withoutHome (zip.getFullPathName()), -1);
+    else
+        m_editor.getNoticeBox().add ({ KaNotice { "Export support file", "The support file was not written: " + error + ".", {} } });
+}

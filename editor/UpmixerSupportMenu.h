@@ -1,0 +1,30 @@
+#pragma once
+
+#include "editor/KaJuceMenuPopUp.h"
+
+#include <juce_gui_basics/juce_gui_basics.h>
+
+class KaJuceEditorBase;
+
+/** The main menu's support entries: "Export support file..." (the same zip as
+    `orrin-upmix --support-bundle`, through KaSupportBundle). Message thread. */
+class UpmixerSupportMenu
+{
+public:
+    explicit UpmixerSupportMenu (KaJuceEditorBase& editor);
+
+    void addItems (KaJuceMenuPopUp& menu);
+
+    /** Writes the support file and tells the user how it went: the status line on success,
+        a notice when it could not be written. */
+    void exportTo (const juce::File& zip);
+
+    /** Where the file chooser starts: the user's documents folder. */
+    static juce::File defaultExportFile();
+
+private:
+    void chooseExportFile();
+
+    KaJuceEditorBase& m_editor;
+    std::unique_ptr<juce::FileChooser> m_chooser;
+};
