@@ -5,6 +5,7 @@
 #include "processor/KaLog.h"
 #include "processor/UpmixerFactoryPresets.h"
 #include "processor/UpmixerParameters.h"
+#include "processor/UpmixerPodLinks.h"
 
 #include <cmath>
 
@@ -237,14 +238,16 @@ juce::String UpmixerProcessor::getOutputBusName() const
 int UpmixerProcessor::computeLatency() const noexcept
 {
     constexpr int frame = UpmixerAlgo::frameLength;
-    return sendSelector != -1 ? 4096 : frame + frame / 2;
+    return getSendSelector() != -1 ? 4096 : frame + frame / 2;
 }
 
-void UpmixerProcessor::setSendSelector (int selector)
+void UpmixerProcessor::podSendSelectorChanged()
 {
-    sendSelector = selector;
+    m_bSendSelectorChanged.store (true);
     updateLatency();
 }
+
+int UpmixerProcessor::podLinkGroupOf (int number) const noexcept { return UpmixerPodLinks::groupOf (number); }
 
 void UpmixerProcessor::updateLatency()
 {
@@ -315,6 +318,8 @@ void UpmixerProcessor::prepareToPlay (double sampleRate, int maximumExpectedSamp
     resolveRouting();
     m_upmixerAlgo.prepare (this, (float) currentSampleRate);
     checkNumInputChannels();
+    podPrepare (currentSampleRate);
+    m_nOwnSamples = 0;
 
     reportedLatency = -1;
     updateLatency();
@@ -345,11 +350,14 @@ void UpmixerProcessor::processWholeBlock (juce::AudioBuffer<float>& buffer, bool
         return;
     applyPendingChanges();
 
-    // A host may change its channel count without preparing again; the layout follows.
-    if (getTotalNumInputChannels() != layout.numInputs || getTotalNumOutputChannels() != layout.numOutputs)
+    // A host may change its channel count without preparing again; the layout follows, as it
+    // does a send selector set or cleared.
+    if (m_bSendSelectorChanged.exchange (false) || getTotalNumInputChannels() != layout.numInputs
+        || getTotalNumOutputChannels() != layout.numOutputs)
         buildLayout (nullptr, getTotalNumInputChannels(), getTotalNumOutputChannels());
     resolveRouting();
 
+    const juce::int64 position = podBlockPosition (numSamples);
     std::array<float*, 64> channels {};
     const int numHost = juce::jmin (numChannels, (int) channels.size());
     for (int done = 0; done < numSamples; done += maxBlock)
@@ -357,7 +365,7 @@ void UpmixerProcessor::processWholeBlock (juce::AudioBuffer<float>& buffer, bool
         const int n = juce::jmin (maxBlock, numSamples - done);
         for (int ch = 0; ch < numHost; ++ch)
             channels[(size_t) ch] = buffer.getWritePointer (ch, done);
-        processChunk (channels.data(), numHost, n, bypassed);
+        processChunk (channels.data(), numHost, n, bypassed, position + done);
     }
     if (isProfilingShown())
         noteBlockEnd();
@@ -486,7 +494,19 @@ void UpmixerProcessor::computeDownmix (int numSamples) noexcept
     downmixCoefficients = k;
 }
 
-void UpmixerProcessor::processChunk (float* const* host, int numHostChannels, int numSamples, bool bypassed) noexcept
+juce::int64 UpmixerProcessor::podBlockPosition (int numSamples) noexcept
+{
+    juce::int64 position = m_nOwnSamples;
+    m_nOwnSamples += numSamples;
+    if (getSendSelector() != -1)
+        if (auto* head = getPlayHead())
+            if (const auto info = head->getPosition(); info.hasValue() && info->getIsPlaying())
+                if (const auto samples = info->getTimeInSamples())
+                    position = *samples;
+    return position;
+}
+
+void UpmixerProcessor::processChunk (float* const* host, int numHostChannels, int numSamples, bool bypassed, juce::int64 position) noexcept
 {
     const auto& t = getParameterTable();
     const bool bypass = bypassed || t.isOn (Bypass);
@@ -515,9 +535,17 @@ void UpmixerProcessor::processChunk (float* const* host, int numHostChannels, in
     else
         writeMonitored (host, numOutputs, numSamples, bypassed);
 
-    if (sendSelector != -1)
-        for (int ch = 0; ch < numOutputs; ++ch)
-            sendDelay[(size_t) ch].processInPlace (host[ch], numSamples);
+    if (getSendSelector() == -1)
+        return;
+    podSend (host, numOutputs, numSamples, position);
+    for (int ch = 0; ch < numOutputs; ++ch)
+        sendDelay[(size_t) ch].processInPlace (host[ch], numSamples);
+    constexpr int podInItem = 4;
+    if (isPodReceiver())
+    {
+        profiler.stamp (podInItem, juce::Time::getMillisecondCounterHiRes(), numSamples / currentSampleRate * 1000.0);
+        podReceive (host, numOutputs, numSamples, position);
+    }
 }
 
 void UpmixerProcessor::writeAmbisonic (float* const* host, int numOutputs, int numSamples, bool bypass) noexcept
@@ -618,6 +646,7 @@ void UpmixerProcessor::carryLinked (int changed, const int* group, int groupSize
 
 void UpmixerProcessor::parameterChanged (int number, float value, bool userChange)
 {
+    podParameterChanged (number);
     static constexpr int arcGroup[] = { Divergence, FadeFS, FadeSB, DivergeLfcAmount };
     static constexpr int verticalGroup[] = { VerticalOnPhase, VerticalOffPhase };
     auto& t = getParameterTable();
@@ -686,17 +715,7 @@ void UpmixerProcessor::onHousekeeping()
     if (pendingInputCheck.exchange (false))
         checkNumInputChannels (true);
     updateLatency();
-}
-
-void UpmixerProcessor::writeInstanceLinkState (juce::XmlElement& root) const
-{
-    root.setAttribute ("SENDSELECTOR", sendSelector);
-}
-
-void UpmixerProcessor::readInstanceLinkState (const juce::XmlElement& root)
-{
-    const int selector = root.getIntAttribute ("SENDSELECTOR", -1);
-    setSendSelector (selector < 0 ? -1 : selector);
+    podHousekeeping();
 }
 
 void UpmixerProcessor::performParamMappingToNextVersion (int oldVersion)

@@ -8,6 +8,7 @@
 #include "engine/UpmixerAlgoInterface.h"
 #include "engine/UpmixerDownmix.h"
 #include "processor/KaJuceProcessorBase.h"
+#include "processor/KaJucePodUser.h"
 #include "processor/UpmixerMonitor.h"
 #include "processor/UpmixerOfflineRender.h"
 
@@ -18,8 +19,9 @@
 
     Per block it resolves the channel routing, applies input trims and mutes, copies the inputs
     into the engine's buffer by channel kind, runs the engine, applies output trims, mutes and
-    solos, folds the result down to stereo, and writes what the Listen selection asks for. */
-class UpmixerProcessor : public KaJuceProcessorBase, public UpmixerAlgoInterface
+    solos, folds the result down to stereo, and writes what the Listen selection asks for. In a
+    pod (KaJucePodUser) it sends its output or adds what other instances send it. */
+class UpmixerProcessor : public KaJuceProcessorBase, public virtual KaJucePodUser, public UpmixerAlgoInterface
 {
 public:
     static constexpr int maxChannels = 12;
@@ -71,8 +73,6 @@ public:
 
     // Latency and sends -------------------------------------------------------------------------
     int computeLatency() const noexcept;
-    void setSendSelector (int selector);
-    int getSendSelector() const noexcept { return sendSelector; }
 
     // Offline rendering (analysis pass, then render pass) ---------------------------------------
     void offlineAnalysisBegin (int numInputChannels);
@@ -103,15 +103,23 @@ public:
     /** The routing a MixType choice selects, or -1 for the host's own order. */
     static int routingForMixType (int choice, int pluginType) noexcept;
 
-    // Session state: the instance-link attributes ("SENDSELECTOR").
-    void writeInstanceLinkState (juce::XmlElement& root) const override;
-    void readInstanceLinkState (const juce::XmlElement& root) override;
+    // Session state: the instance-link attributes ("SENDSELECTOR", the pod).
+    void writeInstanceLinkState (juce::XmlElement& root) const override { writePodState (root); }
+    void readInstanceLinkState (const juce::XmlElement& root) override { readPodState (root); }
+    void updateTrackProperties (const TrackProperties& properties) override { setPodTrackName (properties.name); }
 
 protected:
     void parameterChanged (int number, float value, bool userChange) override;
     void onHousekeeping() override;
     void performParamMappingToNextVersion (int oldVersion) override;
     std::vector<KaPreset> createFactoryPresets() const override;
+
+    // KaJucePodUser
+    int podLinkGroupOf (int number) const noexcept override;
+    float podParameterValue (int number) const noexcept override { return getParameterTable().get (number); }
+    void podApplyLinkedValue (int number, float value) override { setParameterNotifyingHost (number, value, false); }
+    void podSendSelectorChanged() override;
+    void podWarning (const juce::String& text) override { postWarning ({}, text); }
 
 private:
     struct LayoutInfo
@@ -126,7 +134,10 @@ private:
     /** The routing whose order matches the speakers of a speaker output bus, or -1. */
     static int deliveredRouting (const BusesLayout* buses, int numOut) noexcept;
     void resolveRouting() noexcept;
-    void processChunk (float* const* host, int numHostChannels, int numSamples, bool bypassed) noexcept;
+    void processChunk (float* const* host, int numHostChannels, int numSamples, bool bypassed, juce::int64 position) noexcept;
+    /** The timeline position of this block for the pod's exchange: the host's while its
+        transport runs, else this instance's own sample count. */
+    juce::int64 podBlockPosition (int numSamples) noexcept;
     void applyInputTrims (float* const* host, int numInputs, int numSamples) noexcept;
     void copyInputsToEngine (float* const* host, int numInputs, int numSamples) noexcept;
     void applyOutputGains (int numSamples) noexcept;
@@ -157,8 +168,9 @@ private:
     int numOverheads = 0;
     int ambisonicOrder = 0;
     int ambisonicFormat = 0;
-    int sendSelector = -1;
     int reportedLatency = 0;
+    std::atomic<bool> m_bSendSelectorChanged { false };  // the layout is rebuilt at the next block
+    juce::int64 m_nOwnSamples = 0;
     std::atomic<int> m_nPendingSendDelay { -1 };  // samples; -1 when the lines are up to date
     std::atomic<int> m_nPendingInputCount { -1 };
     double currentSampleRate = 48000.0;

@@ -10,6 +10,10 @@ struct TestHome
         : folder (makeTempFolder (name))
     {
         setenv ("KESTRO_AUDIO_DIR", folder.getFullPathName().toRawUTF8(), 1);
+#ifdef ORRIN_KAPOD_PATH
+        // Instances meet in the pod library of this build, never in one installed on the machine.
+        setenv ("KAPOD_LIBRARY", ORRIN_KAPOD_PATH, 1);
+#endif
     }
 
     ~TestHome() { folder.deleteRecursively(); }
