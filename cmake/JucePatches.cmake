@@ -36,24 +36,64 @@ function(orrin_patch_vst3_wrapper target)
     if(patched)
         target_include_directories(${target} BEFORE PRIVATE "${patchedRoot}")
     endif()
+
+    # The wrapper itself (cmake/patches/juce_VST3_Wrapper.patch): a class per output layout
+    # (UpmixerOutputLayouts) besides the default class, and the output bus's name following a
+    # negotiated layout.
+    set(copy "${patchedRoot}/juce_VST3_Wrapper.cpp")
+    orrin_write_diffed_copy("${JUCE_MODULES_DIR}/juce_audio_plugin_client/VST3/juce_VST3_Wrapper.cpp" "${copy}"
+                            "${CMAKE_CURRENT_SOURCE_DIR}/cmake/patches/juce_VST3_Wrapper.patch")
+    orrin_replace_client_source(juce_audio_plugin_client_VST3 ".*/juce_audio_plugin_client_VST3\\.cpp$" "${copy}")
 endfunction()
 
-# JUCE 7.0.5's LV2 wrapper resizes its audio buffer to each block keeping the old content, which
-# reallocates on the audio thread whenever a block is longer than the one before (hosts vary
-# block sizes, at loop points and automation splits). The LV2 target compiles a copy that resizes
-# without keeping the content (the inputs are copied in right after), which never reallocates
-# within the prepared size. The wrapper's translation unit includes everything else by include
-# path, so the copy can live anywhere.
+# Writes a copy of a JUCE source with a unified diff from cmake/patches applied (to the source
+# with LF line endings, as JUCE ships CRLF), only when the copy changes. A JUCE the diff does not
+# fit stops the configure: the plug-in's metadata depends on it.
+function(orrin_write_diffed_copy original copy patchFile)
+    file(READ "${original}" text)
+    string(REPLACE "\r\n" "\n" text "${text}")
+    get_filename_component(name "${original}" NAME)
+    set(work "${CMAKE_BINARY_DIR}/juce-patched/work")
+    file(MAKE_DIRECTORY "${work}")
+    file(WRITE "${work}/${name}" "${text}")
+    execute_process(COMMAND patch --quiet --force -o "${work}/${name}.patched" "${work}/${name}" "${patchFile}"
+                    RESULT_VARIABLE failed)
+    if(failed)
+        message(FATAL_ERROR "${patchFile} does not apply to ${original}")
+    endif()
+    file(READ "${work}/${name}.patched" fixed)
+    set(current "")
+    if(EXISTS "${copy}")
+        file(READ "${copy}" current)
+    endif()
+    if(NOT current STREQUAL fixed)
+        file(WRITE "${copy}" "${fixed}")
+    endif()
+    set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${original}" "${patchFile}")
+endfunction()
+
+# Replaces the source a JUCE plug-in client library compiles into each format target.
+function(orrin_replace_client_source library pattern copy)
+    get_target_property(sources ${library} INTERFACE_SOURCES)
+    list(TRANSFORM sources REPLACE "${pattern}" "${copy}")
+    set_target_properties(${library} PROPERTIES INTERFACE_SOURCES "${sources}")
+endfunction()
+
+# JUCE 7.0.5's LV2 wrapper, as the LV2 target compiles it (cmake/patches/juce_LV2_Client.patch):
+# - one LV2 plug-in per output layout (UpmixerOutputLayouts) in the one binary: a descriptor per
+#   URI, each instance built for its layout, and the Turtle generator writing every plug-in with
+#   its own ports and output bus name; the author's address as a mailto: URI; 5.1's surrounds
+#   designated (JUCE's designation map lacks them), and each speaker port named for its speaker;
+# - its audio buffer resized to each block without keeping the old content: JUCE keeps it,
+#   which reallocates on the audio thread whenever a block is longer than the one before (hosts
+#   vary block sizes, at loop points and automation splits); the inputs are copied in right after.
+# The wrapper's translation unit includes everything else by include path, so the copy can live
+# anywhere.
 function(orrin_patch_lv2_wrapper)
     set(copy "${CMAKE_BINARY_DIR}/juce-patched/juce_LV2_Client.cpp")
-    orrin_write_patched_copy("${JUCE_MODULES_DIR}/juce_audio_plugin_client/LV2/juce_LV2_Client.cpp" "${copy}"
-                             "audio.setSize (audio.getNumChannels(), static_cast<int> (numSteps), true, false, true);"
-                             "audio.setSize (audio.getNumChannels(), static_cast<int> (numSteps), false, false, true);" patched)
-    if(patched)
-        get_target_property(sources juce_audio_plugin_client_LV2 INTERFACE_SOURCES)
-        list(TRANSFORM sources REPLACE ".*/juce_audio_plugin_client_LV2\\.cpp$" "${copy}")
-        set_target_properties(juce_audio_plugin_client_LV2 PROPERTIES INTERFACE_SOURCES "${sources}")
-    endif()
+    orrin_write_diffed_copy("${JUCE_MODULES_DIR}/juce_audio_plugin_client/LV2/juce_LV2_Client.cpp" "${copy}"
+                            "${CMAKE_CURRENT_SOURCE_DIR}/cmake/patches/juce_LV2_Client.patch")
+    orrin_replace_client_source(juce_audio_plugin_client_LV2 ".*/juce_audio_plugin_client_LV2\\.cpp$" "${copy}")
 endfunction()
 
 # JUCE's module sources are compiled inside our targets, under our warning flags, and GCC 12 finds
@@ -62,6 +102,6 @@ endfunction()
 # warning of ours. Our own sources keep every warning. Source properties belong to a directory,
 # so each directory that compiles JUCE modules calls this.
 function(orrin_quiet_juce_sources)
-    file(GLOB juceSources "${JUCE_MODULES_DIR}/*/*.cpp")
+    file(GLOB juceSources "${JUCE_MODULES_DIR}/*/*.cpp" "${CMAKE_BINARY_DIR}/juce-patched/*.cpp")
     set_source_files_properties(${juceSources} PROPERTIES COMPILE_OPTIONS "-w")
 endfunction()

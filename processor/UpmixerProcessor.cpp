@@ -4,6 +4,7 @@
 #include "processor/KaHostDetection.h"
 #include "processor/KaLog.h"
 #include "processor/UpmixerFactoryPresets.h"
+#include "processor/UpmixerOutputLayouts.h"
 #include "processor/UpmixerParameters.h"
 #include "processor/UpmixerPodLinks.h"
 
@@ -63,12 +64,20 @@ namespace
         { 0, 2, 1, 4, 5, 6, 7 }, { 0, 2, 1, 4, 5, 6, 7, 3 }, { 0, 2, 1, 4, 5, 6, 7, 8, 9 },
         { 0, 2, 1, 4, 5, 6, 7, 3, 8, 9 },
     };
+
+    juce::AudioChannelSet initialOutput (const juce::AudioChannelSet& fixedOutput)
+    {
+        return fixedOutput.isDisabled() ? juce::AudioChannelSet::create5point1() : fixedOutput;
+    }
 }
 
-UpmixerProcessor::UpmixerProcessor()
+UpmixerProcessor::UpmixerProcessor (const juce::AudioChannelSet& fixed)
     : KaJuceProcessorBase (BusesProperties()
                                .withInput ("Input", juce::AudioChannelSet::stereo(), true)
-                               .withOutput ("5.1", juce::AudioChannelSet::create5point1(), true))
+                               // JUCE fixes a bus's name at construction: a negotiated layout's
+                               // name reaches the host through the VST3 wrapper's bus info.
+                               .withOutput (UpmixerOutputLayouts::busName (initialOutput (fixed)), initialOutput (fixed), true)),
+      fixedOutput (fixed)
 {
     registerParameters (createParameterInfos());
     for (size_t slot = 0; slot < trimShadow.size(); ++slot)
@@ -77,7 +86,8 @@ UpmixerProcessor::UpmixerProcessor()
     for (int i = 0; i < KaProfiler::maxItems; ++i)
         profiler.registerItem (i, nullptr);
 
-    buildLayout (nullptr, getTotalNumInputChannels(), getTotalNumOutputChannels());
+    const auto buses = getBusesLayout();
+    buildLayout (&buses, getTotalNumInputChannels(), getTotalNumOutputChannels());
     resolveRouting();
     m_upmixerAlgo.prepare (this, 48000.0f);
     checkNumInputChannels();
@@ -111,6 +121,8 @@ bool UpmixerProcessor::isBusesLayoutSupported (const BusesLayout& layouts) const
     const int numIn = in.size();
     if (numIn < 1 || numIn > 10)
         return false;
+    if (! fixedOutput.isDisabled())
+        return out == fixedOutput;
     const int order = out.getAmbisonicOrder();
     return out == juce::AudioChannelSet::create5point1() || out == juce::AudioChannelSet::create7point1()
            || out == juce::AudioChannelSet::create7point1point2() || out == juce::AudioChannelSet::create7point1point4()
@@ -226,13 +238,8 @@ void UpmixerProcessor::applyInputCount (int inputs) noexcept
 
 juce::String UpmixerProcessor::getOutputBusName() const
 {
-    if (ambisonicOrder > 0)
-        return "Ambisonic";
-    if (engineOutputs == 8)
-        return "7.1";
-    if (engineOutputs == 10 || engineOutputs == 12)
-        return "Overheads";
-    return "5.1";
+    return UpmixerOutputLayouts::busName (ambisonicOrder > 0 ? juce::AudioChannelSet::ambisonic (ambisonicOrder)
+                                                             : juce::AudioChannelSet::discreteChannels (engineOutputs));
 }
 
 int UpmixerProcessor::computeLatency() const noexcept

@@ -28,7 +28,9 @@ public:
     /** Host outputs: 12 speakers, or up to 16 Ambisonic channels (third order). */
     static constexpr int maxHostOutputs = UpmixerAmbisonicStage::maxChannels;
 
-    UpmixerProcessor();
+    /** With a fixed output set the output bus is that set, named for it, and no host can change
+        it (a plug-in published for one layout); otherwise it starts at 5.1 and negotiates. */
+    explicit UpmixerProcessor (const juce::AudioChannelSet& fixedOutput = juce::AudioChannelSet::disabled());
     ~UpmixerProcessor() override;
 
     // juce::AudioProcessor ------------------------------------------------------------------
@@ -162,6 +164,7 @@ private:
     UpmixerOfflineRender offline;
     UpmixerObservers m_observers { *this };
 
+    const juce::AudioChannelSet fixedOutput;
     LayoutInfo layout;
     std::atomic<int> currentRouting { 1 };
     int engineOutputs = 6;

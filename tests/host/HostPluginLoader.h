@@ -14,7 +14,9 @@ namespace HostPluginLoader
 
     inline const char* nameOf (Format f) { return f == Format::vst3 ? "VST3" : "LV2"; }
 
-    inline std::unique_ptr<juce::AudioPluginInstance> load (Format format, double sampleRate = 48000.0, int blockSize = 512)
+    /** The binary's default plug-in, or the one a VST3 class name or an LV2 URI names. */
+    inline std::unique_ptr<juce::AudioPluginInstance> load (Format format, double sampleRate = 48000.0, int blockSize = 512,
+                                                            const juce::String& plugin = {})
     {
         juce::OwnedArray<juce::PluginDescription> types;
         std::unique_ptr<juce::AudioPluginFormat> pluginFormat;
@@ -23,6 +25,11 @@ namespace HostPluginLoader
         {
             pluginFormat = std::make_unique<juce::VST3PluginFormat>();
             pluginFormat->findAllTypesForFile (types, ORRIN_VST3_PATH);
+            // The module holds a class per output layout besides the default one.
+            const auto name = plugin.isEmpty() ? juce::String ("Orrin Upmix") : plugin;
+            for (int i = types.size(); --i >= 0;)
+                if (types[i]->name != name)
+                    types.remove (i);
         }
         else
         {
@@ -30,7 +37,7 @@ namespace HostPluginLoader
             pluginFormat = std::make_unique<juce::LV2PluginFormat>();
             const auto bundle = juce::File (ORRIN_LV2_PATH);
             pluginFormat->searchPathsForPlugins (juce::FileSearchPath (bundle.getParentDirectory().getFullPathName()), true, false);
-            pluginFormat->findAllTypesForFile (types, ORRIN_LV2_URI);
+            pluginFormat->findAllTypesForFile (types, plugin.isEmpty() ? juce::String (ORRIN_LV2_URI) : plugin);
         }
 
         if (types.isEmpty())
