@@ -12,14 +12,15 @@ namespace UpmixerOutputLayouts
             int ambisonicOrder;  // 0 for speakers
         };
 
+        // JucePlugin_LV2URI, the plug-in's first URI, is defined by the build.
         constexpr Plugin plugins[numPlugins] = {
-            { "Orrin Upmix 5.1", "https://kestro.audio/plugins/orrin-upmix", 6, 0 },
-            { "Orrin Upmix 7.1", "https://kestro.audio/plugins/orrin-upmix/7.1", 8, 0 },
-            { "Orrin Upmix 7.1.2", "https://kestro.audio/plugins/orrin-upmix/7.1.2", 10, 0 },
-            { "Orrin Upmix 7.1.4", "https://kestro.audio/plugins/orrin-upmix/7.1.4", 12, 0 },
-            { "Orrin Upmix Ambisonic 1", "https://kestro.audio/plugins/orrin-upmix/ambisonic1", 0, 1 },
-            { "Orrin Upmix Ambisonic 2", "https://kestro.audio/plugins/orrin-upmix/ambisonic2", 0, 2 },
-            { "Orrin Upmix Ambisonic 3", "https://kestro.audio/plugins/orrin-upmix/ambisonic3", 0, 3 },
+            { "Orrin Upmix 5.1", JucePlugin_LV2URI, 6, 0 },
+            { "Orrin Upmix 7.1", JucePlugin_LV2URI "/7.1", 8, 0 },
+            { "Orrin Upmix 7.1.2", JucePlugin_LV2URI "/7.1.2", 10, 0 },
+            { "Orrin Upmix 7.1.4", JucePlugin_LV2URI "/7.1.4", 12, 0 },
+            { "Orrin Upmix Ambisonic 1", JucePlugin_LV2URI "/ambisonic1", 0, 1 },
+            { "Orrin Upmix Ambisonic 2", JucePlugin_LV2URI "/ambisonic2", 0, 2 },
+            { "Orrin Upmix Ambisonic 3", JucePlugin_LV2URI "/ambisonic3", 0, 3 },
         };
 
         thread_local int chosen = 0;
