@@ -2,7 +2,9 @@
 #include "app/UpmixRenderer.h"
 #include "app/UpmixReportPicture.h"
 #include "app/UpmixReportRecorder.h"
+#include "processor/KaPaths.h"
 #include "processor/KaSupportBundle.h"
+#include "processor/KaUpdateCheck.h"
 #include "processor/UpmixerProcessor.h"
 
 #include <CLI/CLI.hpp>
@@ -115,7 +117,7 @@ namespace UpmixCommandLine
         std::string input, output, layout = "7.1.2", preset, supportBundle;
         std::vector<std::string> settings;
         int bits = 32;
-        bool quiet = false, report = false, profile = false;
+        bool quiet = false, report = false, profile = false, version = false, check = false;
         app.add_option ("INPUT", input, "Input audio file (WAV, AIFF, FLAC or OGG)");
         app.add_option ("OUTPUT", output, "Output WAV file");
         app.add_option ("--layout", layout, "Output layout: 5.1, 7.1, 7.1.2 (default), 7.1.4, or Ambisonic ambix1, ambix2, ambix3 (ACN/SN3D), fuma1, fuma2, fuma3 (FuMa)");
@@ -125,6 +127,9 @@ namespace UpmixCommandLine
         app.add_flag ("--quiet", quiet, "No progress bar and no report");
         app.add_flag ("--report", report, "Also write a picture beside the output (its name + .png): where in the surround field each frequency band sat over time, and each channel's peak");
         app.add_flag ("--profile", profile, "After the render, print the time each stage of the engine took, with the realtime factor");
+        auto* versionFlag = app.add_flag ("--version", version, "Print the version and exit");
+        app.add_flag ("--check", check, "With --version: also ask the update feed (the per-user setting UpdateFeedUrl) whether a newer version exists")
+            ->needs (versionFlag);
         app.add_option ("--support-bundle", supportBundle, "Write a support file (a .zip with the logs, settings, the state of a processor set up by --layout, --preset and --set, and a description of this system) instead of rendering");
 
         try
@@ -142,6 +147,18 @@ namespace UpmixCommandLine
         }
 
         juce::ScopedJuceInitialiser_GUI juceInit;
+
+        if (version)
+        {
+            std::printf ("orrin-upmix %s (%s by Kestro Audio)\n", ORRIN_VERSION_TEXT, KaPaths::productName);
+            if (! check)
+                return 0;
+            const auto result = KaUpdateCheck::fetch (KaUpdateCheck::feedUrl(), ORRIN_VERSION_TEXT);
+            if (result.status == KaUpdateCheck::Result::Status::failed)
+                return fail (result.describe (ORRIN_VERSION_TEXT).toStdString(), 1);
+            std::printf ("%s\n", result.describe (ORRIN_VERSION_TEXT).toRawUTF8());
+            return 0;
+        }
 
         UpmixRenderer::Options options;
         const auto cwd = juce::File::getCurrentWorkingDirectory();

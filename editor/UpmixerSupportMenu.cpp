@@ -6,12 +6,24 @@
 UpmixerSupportMenu::UpmixerSupportMenu (KaJuceEditorBase& editor)
     : m_editor (editor)
 {
+    m_updates->checkIfDue();
 }
 
 void UpmixerSupportMenu::addItems (KaJuceMenuPopUp& menu)
 {
     menu.addSeparator();
     menu.addItem ("Export support file...", true, false, [this] { chooseExportFile(); });
+
+    menu.addSeparator();
+    const auto status = m_updates->getStatusLine();
+    const auto notes = m_updates->getNewerNotesUrl();
+    menu.addItem (status.isNotEmpty() ? status : juce::String ("Updates: not checked yet"), notes.isNotEmpty(), false,
+                  [notes] { juce::URL (notes).launchInDefaultBrowser(); });
+    menu.addItem ("Check for updates daily", true, m_updates->isAutomatic(), [this]
+    {
+        m_updates->setAutomatic (! m_updates->isAutomatic());
+        m_updates->checkIfDue();
+    });
 }
 
 juce::File UpmixerSupportMenu::defaultExportFile()

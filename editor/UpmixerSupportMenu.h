@@ -1,13 +1,16 @@
 #pragma once
 
 #include "editor/KaJuceMenuPopUp.h"
+#include "processor/KaUpdateCheck.h"
 
 #include <juce_gui_basics/juce_gui_basics.h>
 
 class KaJuceEditorBase;
 
 /** The main menu's support entries: "Export support file..." (the same zip as
-    `orrin-upmix --support-bundle`, through KaSupportBundle). Message thread. */
+    `orrin-upmix --support-bundle`, through KaSupportBundle), the update check's last outcome
+    (a newer version's entry opens its notes) and its daily switch. Opening an editor starts the
+    update check when it is due. Message thread. */
 class UpmixerSupportMenu
 {
 public:
@@ -27,4 +30,5 @@ private:
 
     KaJuceEditorBase& m_editor;
     std::unique_ptr<juce::FileChooser> m_chooser;
+    juce::SharedResourcePointer<KaUpdateChecker> m_updates;
 };

@@ -1,6 +1,7 @@
 // The main menu's support entries on a real UpmixerEditor:
 // - "Export support file..." is offered; the export writes the zip and says so in the status
-//   line; a place it cannot write is a notice inside the editor (no window).
+//   line; a place it cannot write is a notice inside the editor (no window);
+// - the daily update check's entry switches the per-user setting.
 #include "editor/UpmixerEditor.h"
 #include "processor/UpmixerProcessor.h"
 #include "support/TempFolder.h"
@@ -14,7 +15,13 @@ TEST (EditorSupport, MenuExportsTheSupportFileAndReportsFailureInside)
     auto& menu = editor.getMainMenu();
     editor.showMainMenu (&editor.getMenuButton());
     EXPECT_GE (menu.indexOf ("Export support file..."), 0);
-    menu.hide();
+    const KaUpdateChecker updates;
+    const bool automatic = updates.isAutomatic();
+    menu.choose (menu.indexOf ("Check for updates daily"));
+    EXPECT_NE (updates.isAutomatic(), automatic);
+    editor.showMainMenu (&editor.getMenuButton());
+    menu.choose (menu.indexOf ("Check for updates daily"));
+    EXPECT_EQ (updates.isAutomatic(), automatic);
 
     const auto dir = makeTempFolder ("orrin-editor-support");
     const auto zip = dir.getChildFile ("s.zip");
