@@ -26,8 +26,9 @@ KaJucePresetDialog::KaJucePresetDialog() : KaJuceControlWithHelpers ("m_presetDi
 }
 
 void KaJucePresetDialog::askName (const juce::String& title, const juce::String& proposal, std::function<bool (const juce::String&)> taken,
-                                  std::function<void (const juce::String&)> onName)
+                                  std::function<void (const juce::String&)> onName, NameWords words)
 {
+    m_words = std::move (words);
     m_fnTaken = std::move (taken);
     m_fnOnName = std::move (onName);
     m_fnOnConfirm = nullptr;
@@ -39,6 +40,12 @@ void KaJucePresetDialog::askName (const juce::String& title, const juce::String&
     nameEdited (m_textName.getText());
     open();
     m_textName.grabKeyboardFocus();
+}
+
+void KaJucePresetDialog::askName (const juce::String& title, const juce::String& proposal, std::function<bool (const juce::String&)> taken,
+                                  std::function<void (const juce::String&)> onName)
+{
+    askName (title, proposal, std::move (taken), std::move (onName), NameWords());
 }
 
 void KaJucePresetDialog::askConfirmation (const juce::String& title, const juce::String& text, const juce::String& confirmWord, std::function<void()> onConfirm)
@@ -71,13 +78,12 @@ void KaJucePresetDialog::nameEdited (const juce::String& name)
     const auto trimmed = name.trim();
     const bool taken = trimmed.isNotEmpty() && m_fnTaken != nullptr && m_fnTaken (trimmed);
     m_btnConfirm.setEnabled (trimmed.isNotEmpty());
-    m_btnConfirm.setLabel (taken ? "Replace" : "Save");
-    m_btnConfirm.setAccentColour (taken ? KaJuceTheme::danger : KaJuceTheme::accent);
-    m_btnConfirm.setBackgroundColour ((taken ? KaJuceTheme::danger : KaJuceTheme::accent).withAlpha (0.3f));
-    m_bHintWarns.store (taken);
-    m_hint.set (trimmed.isEmpty() ? "Type a name for the preset."
-                : taken ? "A preset of this name exists: saving replaces it."
-                        : "Saved in the User folder.");
+    const bool danger = taken && m_words.takenIsDanger;
+    m_btnConfirm.setLabel (taken ? m_words.replace : m_words.confirm);
+    m_btnConfirm.setAccentColour (danger ? KaJuceTheme::danger : KaJuceTheme::accent);
+    m_btnConfirm.setBackgroundColour ((danger ? KaJuceTheme::danger : KaJuceTheme::accent).withAlpha (0.3f));
+    m_bHintWarns.store (danger);
+    m_hint.set (trimmed.isEmpty() ? m_words.empty : taken ? m_words.taken : m_words.fresh);
 }
 
 void KaJucePresetDialog::confirm()

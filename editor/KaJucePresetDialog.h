@@ -13,9 +13,21 @@ class KaJucePresetDialog : public KaJuceControlWithHelpers
 public:
     KaJucePresetDialog();
 
+    /** The words of a name question: the confirm button's, fresh and taken, and the hint
+        under the field for an empty, a taken and a fresh name. A preset's by default. */
+    struct NameWords
+    {
+        juce::String confirm = "Save", replace = "Replace";
+        juce::String empty = "Type a name for the preset.", taken = "A preset of this name exists: saving replaces it.",
+                     fresh = "Saved in the User folder.";
+        bool takenIsDanger = true;
+    };
+
     /** Asks for a name, proposing one (selected, so typing replaces it). The confirm button
-        reads "Replace" while taken() says the name is in use; onName runs with the trimmed
+        reads words.replace while taken() says the name is in use; onName runs with the trimmed
         name confirmed. */
+    void askName (const juce::String& title, const juce::String& proposal, std::function<bool (const juce::String&)> taken,
+                  std::function<void (const juce::String&)> onName, NameWords words);
     void askName (const juce::String& title, const juce::String& proposal, std::function<bool (const juce::String&)> taken,
                   std::function<void (const juce::String&)> onName);
     /** Asks before an action that cannot be undone; the confirm button carries its word. */
@@ -46,5 +58,6 @@ private:
     std::function<bool (const juce::String&)> m_fnTaken;
     std::function<void (const juce::String&)> m_fnOnName;
     std::function<void()> m_fnOnConfirm;
+    NameWords m_words;
     juce::Rectangle<int> m_card;
 };

@@ -339,6 +339,7 @@ void UpmixerEditor::addMainMenuItems (KaJuceMenuPopUp& menu)
     menu.addItem ("Settings...", true, false, [this] { showSettings (true); });
     KaJuceEditorBase::addMainMenuItems (menu);
     m_supportMenu.addItems (menu);
+    m_podMenu.addItems (menu);
 }
 
 void UpmixerEditor::updateOtherState()

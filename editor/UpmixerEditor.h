@@ -13,6 +13,7 @@
 #include "editor/UpmixerSurroundField.h"
 #include "editor/UpmixerCentreLfePage.h"
 #include "editor/UpmixerIOPage.h"
+#include "editor/UpmixerPodMenu.h"
 #include "editor/UpmixerSettingsPopUp.h"
 #include "editor/UpmixerSupportMenu.h"
 
@@ -53,6 +54,7 @@ public:
     UpmixerSettingsPopUp& getSettings() noexcept { return m_settings; }
     void showSettings (bool show) { m_settings.show (show); }
     UpmixerSupportMenu& getSupportMenu() noexcept { return m_supportMenu; }
+    UpmixerPodMenu& getPodMenu() noexcept { return m_podMenu; }
     void addMainMenuItems (KaJuceMenuPopUp& menu) override;
 
 protected:
@@ -95,4 +97,5 @@ private:
     KaJuceButton m_btnAtoB, m_btnBypass, m_btnMenu;
     UpmixerSettingsPopUp m_settings { *this };
     UpmixerSupportMenu m_supportMenu { *this };
+    UpmixerPodMenu m_podMenu { *this, m_upmixer };
 };

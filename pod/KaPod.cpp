@@ -357,8 +357,19 @@ namespace
         return senders;
     }
 
+    int listPods (char (*names)[KAPOD_TEXT_LENGTH], int maxPods)
+    {
+        auto& r = registry();
+        const std::lock_guard<std::mutex> lock (r.mutex);
+        int count = 0;
+        for (const auto& entry : r.pods)
+            if (count < maxPods)
+                std::snprintf (names[count++], KAPOD_TEXT_LENGTH, "%s", entry.first.c_str());
+        return count;
+    }
+
     const KaPodApiV1 apiV1 = { 1, join, leave, memberNumber, setTrackName, setSampleRate, listMembers, setLinkMask, getLinkMask,
-                               publishSetting, takeSettings, setSendTarget, send, receiveAdd };
+                               publishSetting, takeSettings, setSendTarget, send, receiveAdd, listPods };
 }
 
 extern "C" __attribute__ ((visibility ("default"))) const void* kapod_get_api (int version)

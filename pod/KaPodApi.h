@@ -70,6 +70,10 @@ typedef struct KaPodApiV1
     /* Audio thread: adds what members sending to this one wrote for timeline samples
        [position - KAPOD_EXCHANGE_DELAY, ... + numSamples); returns how many senders it added. */
     int (*receive_add) (KaPodMember* member, float* const* channels, int numChannels, int numSamples, long long position);
+
+    /* Message thread: the names of the pods in this process, at most maxPods of them, each
+       cut to KAPOD_TEXT_LENGTH - 1 bytes; returns how many. */
+    int (*list_pods) (char (*names)[KAPOD_TEXT_LENGTH], int maxPods);
 } KaPodApiV1;
 
 /** The function table of interface `version`, or NULL. */

@@ -22,6 +22,19 @@ KaJucePodUser::~KaJucePodUser()
     detach();
 }
 
+juce::StringArray KaJucePodUser::getPodNames()
+{
+    juce::StringArray names;
+    if (const auto* api = KaPodLibrary::api())
+    {
+        char found[32][KAPOD_TEXT_LENGTH] = {};
+        const int count = api->list_pods (found, 32);
+        for (int i = 0; i < count; ++i)
+            names.add (juce::String::fromUTF8 (found[i]));
+    }
+    return names;
+}
+
 bool KaJucePodUser::isPodLibraryAvailable() { return KaPodLibrary::api() != nullptr; }
 
 juce::String KaJucePodUser::getPodLibraryStatus() { return KaPodLibrary::status(); }

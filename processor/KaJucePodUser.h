@@ -42,6 +42,8 @@ public:
     /** 0..15 while in a pod, else -1. */
     int getPodMemberNumber() const noexcept { return m_nMemberNumber.load (std::memory_order_relaxed); }
     std::vector<PodMember> getPodMembers() const;
+    /** The pods open in this process, by name. */
+    static juce::StringArray getPodNames();
     static bool isPodLibraryAvailable();
     static juce::String getPodLibraryStatus();
 

@@ -9,6 +9,7 @@
 #include <CLI/CLI.hpp>
 #include <juce_audio_formats/juce_audio_formats.h>
 
+#include <array>
 #include <atomic>
 #include <iostream>
 #include <thread>
@@ -114,6 +115,7 @@ int main (int argc, char** argv)
     double seconds = 4.0;
     int skip = 5;
     bool popUps = false, profiling = false;
+    std::string pod;
     app.add_option ("--out", out, "Folder for the PNG files");
     app.add_option ("--layouts", layouts, "Output layouts: 5.1, 7.1, 7.1.2, 7.1.4, ambisonic1 .. ambisonic3")->delimiter (',');
     app.add_option ("--input", input, "Clip to play (stereo; the demo clip by default)")->check (CLI::ExistingFile);
@@ -121,6 +123,8 @@ int main (int argc, char** argv)
     app.add_option ("--start", skip, "Seconds into the clip where playback starts")->check (CLI::Range (0, 600));
     app.add_flag ("--popups", popUps, "Also the main menu, the preset browser, the save-as dialog and the settings, each open over the Main page");
     app.add_flag ("--profiling", profiling, "Also the Main page with the profiling overlay shown");
+    app.add_option ("--pod", pod, "Put the processor, as track \"Effects\", in a pod of this name with \"Dialogue\" (receiving) and \"Music\", "
+                                  "sending to Dialogue, spatial and dialogue linked; with --popups the menu shows the pod");
     CLI11_PARSE (app, argc, argv);
 
     if (juce::SystemStats::getEnvironmentVariable ("DISPLAY", {}).isEmpty())
@@ -159,6 +163,25 @@ int main (int argc, char** argv)
         }
         processor.setRateAndBufferSizeDetails (sampleRate, blockSize);
         processor.prepareToPlay (sampleRate, blockSize);
+        // Companions in the pod: quiet members that only lend it their track names.
+        std::array<UpmixerProcessor, 2> companions;
+        if (! pod.empty())
+        {
+            // This build's pod library unless one is named.
+            setenv ("KAPOD_LIBRARY", ORRIN_KAPOD_PATH, 0);
+            const char* names[] = { "Dialogue", "Music" };
+            for (size_t i = 0; i < companions.size(); ++i)
+            {
+                companions[i].updateTrackProperties ({ names[i], {} });
+                companions[i].joinPod (pod);
+            }
+            companions[0].setSendSelector (companions[0].getPodMemberNumber());
+            processor.updateTrackProperties ({ "Effects", {} });
+            if (! processor.joinPod (pod))
+                std::cerr << "editor-screenshot: not in the pod: " << KaJucePodUser::getPodLibraryStatus() << "\n";
+            processor.setSendSelector (companions[0].getPodMemberNumber());
+            processor.setPodLinkGroups ((1u << KaJucePodUser::linkSpatial) | (1u << KaJucePodUser::linkDialogue));
+        }
         ClipPlayer player (processor, played, blockSize, sampleRate);
 
         std::unique_ptr<juce::AudioProcessorEditor> base (processor.createEditorIfNeeded());
