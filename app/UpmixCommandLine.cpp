@@ -117,7 +117,7 @@ namespace UpmixCommandLine
         std::string input, output, layout = "7.1.2", preset, supportBundle;
         std::vector<std::string> settings;
         int bits = 32;
-        bool quiet = false, report = false, profile = false, version = false, check = false;
+        bool quiet = false, report = false, profile = false, version = false, check = false, manual = false;
         app.add_option ("INPUT", input, "Input audio file (WAV, AIFF, FLAC or OGG)");
         app.add_option ("OUTPUT", output, "Output WAV file");
         app.add_option ("--layout", layout, "Output layout: 5.1, 7.1, 7.1.2 (default), 7.1.4, or Ambisonic ambix1, ambix2, ambix3 (ACN/SN3D), fuma1, fuma2, fuma3 (FuMa)");
@@ -130,6 +130,7 @@ namespace UpmixCommandLine
         auto* versionFlag = app.add_flag ("--version", version, "Print the version and exit");
         app.add_flag ("--check", check, "With --version: also ask the update feed (the per-user setting UpdateFeedUrl) whether a newer version exists")
             ->needs (versionFlag);
+        app.add_flag ("--manual", manual, "Print where the manual (HTML) is installed and exit");
         app.add_option ("--support-bundle", supportBundle, "Write a support file (a .zip with the logs, settings, the state of a processor set up by --layout, --preset and --set, and a description of this system) instead of rendering");
 
         try
@@ -147,6 +148,15 @@ namespace UpmixCommandLine
         }
 
         juce::ScopedJuceInitialiser_GUI juceInit;
+
+        if (manual)
+        {
+            const auto file = KaPaths::manualFile();
+            if (file == juce::File())
+                return fail ("the manual is not installed (scripts/install puts it in share/orrin-upmix/resources/manual)", 1);
+            std::printf ("%s\n", file.getFullPathName().toRawUTF8());
+            return 0;
+        }
 
         if (version)
         {

@@ -13,6 +13,9 @@ void UpmixerSupportMenu::addItems (KaJuceMenuPopUp& menu)
 {
     menu.addSeparator();
     menu.addItem ("Export support file...", true, false, [this] { chooseExportFile(); });
+    const auto manual = KaPaths::manualFile();
+    menu.addItem (manual != juce::File() ? "Manual" : "Manual (not installed)", manual != juce::File(), false,
+                  [manual] { juce::URL (manual).launchInDefaultBrowser(); });
 
     menu.addSeparator();
     const auto status = m_updates->getStatusLine();

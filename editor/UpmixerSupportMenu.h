@@ -8,7 +8,8 @@
 class KaJuceEditorBase;
 
 /** The main menu's support entries: "Export support file..." (the same zip as
-    `orrin-upmix --support-bundle`, through KaSupportBundle), the update check's last outcome
+    `orrin-upmix --support-bundle`, through KaSupportBundle), "Manual" (the installed HTML in
+    the user's browser), the update check's last outcome
     (a newer version's entry opens its notes) and its daily switch. Opening an editor starts the
     update check when it is due. Message thread. */
 class UpmixerSupportMenu

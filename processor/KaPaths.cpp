@@ -30,4 +30,28 @@ namespace KaPaths
                               : juce::File::getSpecialLocation (juce::File::userDocumentsDirectory).getChildFile (companyFolderName);
         return base.getChildFile (productName).getChildFile ("KaSupportLog.log");
     }
+
+    juce::Array<juce::File> manualCandidates()
+    {
+        const auto relative = "resources/manual/index.html";
+        const auto shared = juce::String ("share/orrin-upmix/") + relative;
+        // The running binary: the command line or Standalone, or inside a plug-in the bundle's
+        // shared library.
+        const auto binary = juce::File::getSpecialLocation (juce::File::currentExecutableFile);
+        const auto dataHome = juce::SystemStats::getEnvironmentVariable ("XDG_DATA_HOME", {});
+        const auto userShare = juce::File::isAbsolutePath (dataHome)
+                                   ? juce::File (dataHome)
+                                   : juce::File::getSpecialLocation (juce::File::userHomeDirectory).getChildFile (".local/share");
+        return { binary.getSiblingFile (relative), binary.getParentDirectory().getSiblingFile (shared),
+                 userShare.getChildFile ("orrin-upmix").getChildFile (relative), juce::File ("/usr/local").getChildFile (shared),
+                 juce::File ("/usr").getChildFile (shared) };
+    }
+
+    juce::File manualFile()
+    {
+        for (const auto& candidate : manualCandidates())
+            if (candidate.existsAsFile())
+                return candidate;
+        return {};
+    }
 }

@@ -30,4 +30,12 @@ namespace KaPaths
     /** The support log, in the user's documents folder: Kestro Audio/Orrin Upmix/KaSupportLog.log
         (under KESTRO_AUDIO_DIR when that is set). */
     juce::File supportLogFile();
+
+    /** Where the manual's HTML (resources/manual/index.html) may be, most specific first: beside
+        the running binary (a build tree), in the share folder of the prefix the binary is
+        installed under, then the user's and the system's install places. */
+    juce::Array<juce::File> manualCandidates();
+
+    /** The first of manualCandidates() that exists, or an empty file. */
+    juce::File manualFile();
 }
