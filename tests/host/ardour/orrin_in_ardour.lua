@@ -19,6 +19,10 @@ local rows = {
 	{ "LV2",  "7.1",   "https://kestro.audio/plugins/orrin-upmix/7.1",   "L R C LFE Lss Rss Lrs Rrs" },
 	{ "LV2",  "7.1.2", "https://kestro.audio/plugins/orrin-upmix/7.1.2", "L R C LFE Lss Rss Lrs Rrs Tsl Tsr" },
 	{ "LV2",  "7.1.4", "https://kestro.audio/plugins/orrin-upmix/7.1.4", "L R C LFE Lss Rss Tfl Tfr Trl Trr Lrs Rrs" },
+	-- Ambisonic, ACN order (the default format, AmbiX); order 3 adds Q O M K L N P.
+	{ "VST3", "Ambisonic 1", "Orrin Upmix Ambisonic 1", "W Y Z X" },
+	{ "VST3", "Ambisonic 3", "Orrin Upmix Ambisonic 3", "W Y Z X V T R S U Q O M K L N P" },
+	{ "LV2",  "Ambisonic 2", "https://kestro.audio/plugins/orrin-upmix/ambisonic2", "W Y Z X V T R S U" },
 }
 
 local latency = 1536 -- 1.5 analysis frames of 1024 samples
@@ -146,15 +150,19 @@ end
 -- The bounce ----------------------------------------------------------------------------------
 
 -- Mean square per channel over each segment (skipping its first half second, where the upmix
--- settles, and the latency-long edge at its end), and the first sample above -60 dBFS.
+-- settles, and the latency-long edge at its end), the mean product with the first channel (for
+-- Ambisonic W), and the first sample above -60 dBFS.
 local function measure (region)
 	local readable = region:to_audioregion ():to_readable ()
 	local n_channels = region:to_audioregion ():n_channels ()
 	local memory = ARDOUR.DSP.DspShm (block)
-	local energy, onset = {}, nil
+	local first = ARDOUR.DSP.DspShm (total)
+	readable:read (first:to_float (0), 0, total, 0)
+	local w = first:to_float (0):array ()
+	local energy, with_first, onset = {}, {}, nil
 	for c = 1, n_channels do
-		energy[c] = {}
-		for k = 1, #segments do energy[c][k] = 0 end
+		energy[c], with_first[c] = {}, {}
+		for k = 1, #segments do energy[c][k], with_first[c][k] = 0, 0 end
 	end
 	for c = 1, n_channels do
 		for start = 0, total - 1, block do
@@ -163,7 +171,9 @@ local function measure (region)
 			for k, s in ipairs (segments) do
 				local from, to = s.start + 24000, s.start + s[2] * block - 2048
 				for i = math.max (from, start), math.min (to, start + block) - 1 do
-					energy[c][k] = energy[c][k] + a[i - start + 1] ^ 2 / (to - from)
+					local x = a[i - start + 1]
+					energy[c][k] = energy[c][k] + x * x / (to - from)
+					with_first[c][k] = with_first[c][k] + x * w[i + 1] / (to - from)
 				end
 			end
 			if onset == nil or start < onset then
@@ -176,7 +186,7 @@ local function measure (region)
 			end
 		end
 	end
-	return energy, onset
+	return energy, with_first, onset
 end
 
 local function loudest (energy, k, names, accept)
@@ -191,6 +201,21 @@ local function is_left (name) return name ~= "LFE" and (name:match ("^L") or nam
 local function is_right (name) return name:match ("^R") or name:match ("^T.r$") end
 local function is_surround (name) return name:match ("^[LR].+") and name ~= "LFE" end
 
+-- ACN with SN3D: Y follows the sine of a source's azimuth (left positive), X its cosine, so
+-- a left source makes Y move with W and a centred one X, with Y near zero.
+local function check_direction (row, energy, with_first, index)
+	local function correlation (name, k)
+		local c = index[name]
+		return with_first[c][k] / math.sqrt (energy[1][k] * energy[c][k] + 1e-30)
+	end
+	check (row, "hard-left noise encoded on the left (Y with W)", correlation ("Y", LEFT) > 0.5,
+		string.format ("correlation of W and Y %.2f", correlation ("Y", LEFT)))
+	check (row, "centred voice encoded in front (X with W, little Y)",
+		correlation ("X", VOICE) > 0.5 and db (energy[index["X"]][VOICE] / energy[index["Y"]][VOICE]) > 20,
+		string.format ("correlation of W and X %.2f, Y %.1f dB below X", correlation ("X", VOICE),
+			db (energy[index["X"]][VOICE] / energy[index["Y"]][VOICE])))
+end
+
 local function check_audio (row, track, processor)
 	local region = track:bounce_range (0, total, ARDOUR.InterThreadInfo (), processor, true, "upmix")
 	local names = channels (row)
@@ -199,7 +224,7 @@ local function check_audio (row, track, processor)
 			region:to_audioregion ():n_channels () .. " channels")
 		return
 	end
-	local energy, onset = measure (region)
+	local energy, with_first, onset = measure (region)
 	local index = {}
 	for c, name in ipairs (names) do index[name] = c end
 	-- The levels behind the checks below, for the log.
@@ -214,6 +239,11 @@ local function check_audio (row, track, processor)
 	local first = segments[LEFT].start
 	check (row, "output aligned with the input (latency compensated)",
 		onset ~= nil and math.abs (onset - first) <= 32, "onset " .. tostring (onset) .. ", input " .. first)
+
+	if index["W"] then
+		check_direction (row, energy, with_first, index)
+		return
+	end
 
 	-- At 5.1 and 7.1 the right side stays 40 dB down; the height layouts put about a tenth of the
 	-- noise's power on R and the right heights.
