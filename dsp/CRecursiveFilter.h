@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 
 /** A recursive (IIR) filter with a fixed 51-sample history ring, run one sample at a time.
 
