@@ -78,7 +78,7 @@ float UpmixerMonitor::fadeCurve (float x) noexcept
 void UpmixerMonitor::reset (int mode) noexcept
 {
     previousMode = currentMode = mode;
-    fadePosition = 1.0f;
+    fadePosition = lastStart = lastEnd = 1.0f;
 }
 
 void UpmixerMonitor::write (int mode, const Signals& s, float* const* outputs, int numOutputs, int n,
@@ -138,10 +138,13 @@ void UpmixerMonitor::process (int requestedMode, const Signals& signals, float* 
         fadePosition = 0.0f;
     }
 
+    lastStart = lastEnd = 1.0f;
     if (fadePosition < 1.0f)
     {
         const float start = fadePosition;
         const float end = std::min (1.0f, start + (float) (numSamples / (sampleRate * 0.01)));
+        lastStart = start;
+        lastEnd = end;
         write (previousMode, signals, outputs, numOutputs, numSamples, 1.0f - fadeCurve (start), 1.0f - fadeCurve (end), true);
         write (currentMode, signals, outputs, numOutputs, numSamples, fadeCurve (start), fadeCurve (end), false);
         fadePosition = end;
@@ -149,4 +152,57 @@ void UpmixerMonitor::process (int requestedMode, const Signals& signals, float* 
     }
 
     write (currentMode, signals, outputs, numOutputs, numSamples, 1.0f, 1.0f, true);
+}
+
+unsigned UpmixerMonitor::writeKinds (const Signals& s, float* const* kinds, int n) const noexcept
+{
+    unsigned written = 0;
+    auto add = [&] (int kind, const float* src, float g0, float g1)
+    {
+        if (src == nullptr || kind < 0 || kind >= numKinds)
+            return;
+        ramp (kinds[kind], src, n, g0, g1, (written & (1u << kind)) == 0);
+        written |= 1u << kind;
+    };
+    auto channel = [&s] (const float* const* signal, int count, int kind) -> const float*
+    {
+        const int position = hostPositionOfKind (s.routing, kind);
+        return signal != nullptr && position >= 0 && position < count ? signal[position] : nullptr;
+    };
+    auto writeMode = [&] (int mode, float g0, float g1)
+    {
+        if (g0 == 0.0f && g1 == 0.0f)
+            return;
+        if (mode == modeSource || mode == modeUpmix)
+        {
+            for (int kind = 0; kind < numKinds; ++kind)
+            {
+                const float* src = mode == modeSource ? channel (s.source, s.numSource, kind) : channel (s.upmix, s.numUpmix, kind);
+                // The source has a channel for every kind, most of them silent.
+                if (mode == modeSource && src != nullptr && std::all_of (src, src + n, [] (float v) { return v == 0.0f; }))
+                    continue;
+                add (kind, src, g0, g1);
+            }
+        }
+        else if (mode == modeDownmix || mode == modeDelta)
+        {
+            if (const auto* pair = mode == modeDownmix ? s.downmix : s.delta)
+            {
+                add (kindL, pair[0], g0, g1);
+                add (kindR, pair[1], g0, g1);
+            }
+        }
+        else if (mode > 0 && mode < 15)
+        {
+            const auto [first, second] = modeChannels[mode];
+            add (first, channel (s.upmix, s.numUpmix, first), g0, g1);
+            if (second != first)
+                add (second, channel (s.upmix, s.numUpmix, second), g0, g1);
+        }
+    };
+
+    if (lastStart < 1.0f)
+        writeMode (previousMode, 1.0f - fadeCurve (lastStart), 1.0f - fadeCurve (lastEnd));
+    writeMode (currentMode, lastStart < 1.0f ? fadeCurve (lastStart) : 1.0f, lastStart < 1.0f ? fadeCurve (lastEnd) : 1.0f);
+    return written;
 }

@@ -43,6 +43,13 @@ public:
     void process (int requestedMode, const Signals& signals, float* const* outputs, int numOutputs,
                   int numSamples, double sampleRate) noexcept;
 
+    /** Audio thread, no allocation: what the last process() call played, with the same modes and
+        fade gains, written by channel kind (numSamples into kinds[kind]) for rendering from each
+        loudspeaker's direction: the upmix's and the source's channels and a pair mode's two
+        channels at their own kinds, downmix and delta at L and R. Returns the kinds written
+        (bit k); the others are left as they were. Silent source channels are left out. */
+    unsigned writeKinds (const Signals& signals, float* const* kinds, int numSamples) const noexcept;
+
     int getCurrentMode() const noexcept { return currentMode; }
     int getPreviousMode() const noexcept { return previousMode; }
     float getFadePosition() const noexcept { return fadePosition; }
@@ -54,4 +61,5 @@ private:
     int previousMode = modeUpmix;
     int currentMode = modeUpmix;
     float fadePosition = 1.0f;
+    float lastStart = 1.0f, lastEnd = 1.0f;  // fade positions at the last block's edges
 };

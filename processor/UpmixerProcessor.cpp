@@ -293,6 +293,7 @@ void UpmixerProcessor::prepareToPlay (double sampleRate, int maximumExpectedSamp
     sourceBuffer.setSize (maxChannels, maxBlock);
     downmixBuffer.setSize (2, maxBlock);
     deltaBuffer.setSize (2, maxBlock);
+    m_headphones.prepare (currentSampleRate, maxBlock);
 
     const int latency = UpmixerAlgo::getLatencySamples();
     for (int ch = 0; ch < maxChannels; ++ch)
@@ -562,6 +563,11 @@ void UpmixerProcessor::writeAmbisonic (float* const* host, int numOutputs, int n
     m_upmixerAlgo.encodeAmbisonic (encoded.getArrayOfWritePointers(), maxChannels, host, numOutputs, numSamples,
                                    ambisonicOrder, ambisonicFormat);
     m_observers.feedAmbisonic (host, numOutputs, numSamples);
+    if (m_headphones.isNeeded())
+    {
+        const unsigned kinds = m_headphones.decodeAmbisonic (host, numOutputs, ambisonicOrder, ambisonicFormat, numSamples);
+        m_headphones.process (kinds, getCurrentRouting(), engineOutputs, true, host, numOutputs, numSamples);
+    }
 }
 
 void UpmixerProcessor::writeMonitored (float* const* host, int numOutputs, int numSamples, bool bypassed) noexcept
@@ -579,6 +585,11 @@ void UpmixerProcessor::writeMonitored (float* const* host, int numOutputs, int n
 
     const int mode = bypassed ? UpmixerMonitor::modeSource : UpmixerMonitor::selectMode (t);
     monitor.process (mode, signals, host, juce::jmin (numOutputs, (int) maxChannels), numSamples, currentSampleRate);
+    if (m_headphones.isNeeded())
+    {
+        const unsigned kinds = monitor.writeKinds (signals, m_headphones.getKindChannels(), numSamples);
+        m_headphones.process (kinds, routing, engineOutputs, false, host, numOutputs, numSamples);
+    }
 }
 
 void UpmixerProcessor::feedObservers (int numSamples) noexcept

@@ -9,6 +9,7 @@
 #include "engine/UpmixerDownmix.h"
 #include "processor/KaJuceProcessorBase.h"
 #include "processor/KaJucePodUser.h"
+#include "processor/UpmixerHeadphones.h"
 #include "processor/UpmixerMonitor.h"
 #include "processor/UpmixerOfflineRender.h"
 
@@ -86,6 +87,8 @@ public:
     const UpmixerOfflineRender& getOfflineRender() const noexcept { return offline; }
 
     const UpmixerMonitor& getMonitor() const noexcept { return monitor; }
+    /** Headphone monitoring: the editor's switch and its availability (not a host parameter). */
+    UpmixerHeadphones& getHeadphones() noexcept { return m_headphones; }
     UpmixerAlgo m_upmixerAlgo;
 
     /** The meters and analysers the block path feeds; displays and the command line read them. */
@@ -161,6 +164,7 @@ private:
 
     KaProfiler profiler;
     UpmixerMonitor monitor;
+    UpmixerHeadphones m_headphones;
     UpmixerOfflineRender offline;
     UpmixerObservers m_observers { *this };
 
