@@ -29,6 +29,8 @@ public:
         juce::String layout = "7.1.2";
         juce::String preset;                 // a .nap file or a preset's name; applied before settings
         std::vector<juce::String> settings;  // "Key=value", applied in order
+        /** A stereo headphone file of the layout's upmix (binaural) instead of its channels. */
+        bool headphones = false;
         int bits = 32;                       // 16, 24, or 32 (float)
         int blockSize = 1024;
         std::function<void (double)> progress;  // 0..1
@@ -69,7 +71,8 @@ public:
     };
 
     /** The layouts the renderer writes: "5.1", "7.1", "7.1.2", "7.1.4", and Ambisonic orders 1 to
-        3 as "ambix1".."ambix3" (ACN order, SN3D) and "fuma1".."fuma3" (FuMa order and weights). */
+        3 as "ambix1".."ambix3" (ACN order, SN3D) and "fuma1".."fuma3" (FuMa order and weights),
+        and "binaural": the 7.1.4 upmix for headphones (as headphones with "7.1.4"). */
     static juce::StringArray layoutNames();
 
     static Result render (const Options& options);

@@ -193,6 +193,9 @@ void UpmixerEditor::buildMainPage()
         listenGroup.add (button);
     }
     m_listen->update (getProcessorBase().getParameterTable(), m_upmixer.getCurrentRouting(), m_upmixer.getEngineOutputCount());
+    m_listen->onHeadphones = [this] (bool on) { m_upmixer.getHeadphones().setEnabled (on); };
+    if (! m_upmixer.getHeadphones().isAvailable())
+        m_readoutStatus.setLabel (m_upmixer.getHeadphones().getMessage());
     page.addAndMakeVisible (*m_listen);
 }
 
@@ -231,6 +234,7 @@ void UpmixerEditor::updateDisplays()
     m_dialogueActivity->push (frequencyDomain.dialogEnergy.load (std::memory_order_relaxed),
                               frequencyDomain.remainderEnergy.load (std::memory_order_relaxed), table.get (DialogIsolate) > 0.0f);
     m_listen->update (table, m_upmixer.getCurrentRouting(), m_upmixer.getEngineOutputCount());
+    m_listen->setHeadphones (m_upmixer.getHeadphones().isAvailable(), m_upmixer.getHeadphones().isEnabled());
     if (m_listen->getHeight() != m_listen->getRequiredHeight())
         m_listen->setSize (m_listen->getWidth(), m_listen->getRequiredHeight());
 }

@@ -11,6 +11,25 @@ using namespace UpmixerParam;
 UpmixerListenPanel::UpmixerListenPanel()
 {
     setName ("m_panelListen");
+    m_btnHeadphones.setName ("m_btnHeadphones");
+    m_btnHeadphones.setLabel ("Headphones");
+    m_btnHeadphones.onClick = [this]
+    {
+        if (onHeadphones)
+            onHeadphones (m_btnHeadphones.isOn());
+    };
+    addAndMakeVisible (m_btnHeadphones);
+}
+
+void UpmixerListenPanel::setHeadphones (bool available, bool on)
+{
+    if (m_btnHeadphones.isEnabled() != available)
+    {
+        m_btnHeadphones.setEnabled (available);
+        m_btnHeadphones.setLabel (available ? "Headphones" : "Headphones unavailable");
+    }
+    if (! m_btnHeadphones.isInGesture() && m_btnHeadphones.isOn() != on)
+        m_btnHeadphones.setValue (on ? 1.0f : 0.0f, false);
 }
 
 void UpmixerListenPanel::addMode (KaJuceButton& button, std::vector<int> kinds)
@@ -76,7 +95,7 @@ int UpmixerListenPanel::getRequiredHeight() const noexcept
     int shown = 0;
     for (const auto& mode : m_modes)
         shown += mode.button->isVisible() ? 1 : 0;
-    const int rows = (shown + columns - 1) / columns;
+    const int rows = (shown + columns - 1) / columns + 1;  // and the headphone switch's
     return titleHeight + 2 * margin + rows * rowHeight + juce::jmax (0, rows - 1) * gap;
 }
 
@@ -99,6 +118,8 @@ void UpmixerListenPanel::layOut()
         mode.button->setBounds (x, titleHeight + margin + row * (rowHeight + gap), juce::roundToInt (width), rowHeight);
         ++index;
     }
+    const int rows = (index + columns - 1) / columns;
+    m_btnHeadphones.setBounds (margin, titleHeight + margin + rows * (rowHeight + gap), getWidth() - 2 * margin, rowHeight);
 }
 
 void UpmixerListenPanel::render (double)

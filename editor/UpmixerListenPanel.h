@@ -14,6 +14,9 @@ class KaParameterTable;
     be switched off). The mode actually heard (the last switch on in the processor's order, the
     source under Bypass) is outlined.
 
+    Below them, on a row of its own, the headphone switch: binaural monitoring of whatever is
+    selected (not a host parameter; onHeadphones passes each click on).
+
     Message thread: add the buttons at construction, then update() in the editor's updateGui(). */
 class UpmixerListenPanel : public KaOglChildComponent, public KaJuceOglFontUser
 {
@@ -29,6 +32,10 @@ public:
 
     /** Message thread, holding the render lock: follows the layout and the switches. */
     void update (const KaParameterTable& table, int routing, int numOutputs);
+    /** Message thread: the headphone switch's state; unavailable, it is disabled and says so. */
+    void setHeadphones (bool available, bool on);
+    KaJuceButton& getHeadphonesButton() noexcept { return m_btnHeadphones; }
+    std::function<void (bool)> onHeadphones;
     /** The height the panel needs for the buttons shown now. */
     int getRequiredHeight() const noexcept;
     /** The parameter of the mode heard now. */
@@ -49,6 +56,7 @@ private:
     void layOut();
 
     std::vector<Mode> m_modes;
+    KaJuceButton m_btnHeadphones { "Headphones" };
     int m_nRouting = -1, m_nOutputs = -1, m_nHeard = -1;
     juce::Rectangle<float> m_heardBounds;  // the heard switch's outline (empty: none), guarded by the render lock
 };

@@ -1,6 +1,7 @@
 // The Main page's surround field, dialogue meter and Listen group on real components:
 // - one circle per output channel for 5.1, 7.1, 7.1.2 and 7.1.4 (heights on the inner ring, the
 //   Listen switches of missing channels hidden), followed as the same processor changes layout;
+//   the headphone switch below the Listen group turns the processor's monitoring on and off;
 // - dragging each field point changes its parameters with one host gesture per parameter and
 //   one undo step, and the status line announces the value;
 // - a centred programme through the running processor lights the haze in front and the front
@@ -83,6 +84,18 @@ namespace
         a.mouseUp (mouseAt (overlay, target, start));
     }
 
+    void click (KaJuceButton& button)
+    {
+        struct Access : KaJuceButton
+        {
+            using KaJuceButton::mouseDown, KaJuceButton::mouseUp;
+        };
+        const juce::MouseEvent e (juce::Desktop::getInstance().getMainMouseSource(), {}, {}, 0.0f, 0.0f, 0.0f, 0.0f, 0.0f,
+                                  &button, &button, juce::Time::getCurrentTime(), {}, juce::Time::getCurrentTime(), 1, false);
+        static_cast<Access&> (button).mouseDown (e);
+        static_cast<Access&> (button).mouseUp (e);
+    }
+
     struct GestureCounter : juce::AudioProcessorListener
     {
         std::vector<int> begun, ended;
@@ -135,6 +148,17 @@ TEST (SurroundField, OneCirclePerChannelForEachLayoutFollowingLayoutChanges)
         EXPECT_EQ (editor.findControl (MonitorLtsRts)->isVisible(), c.heights);
         EXPECT_TRUE (editor.findControl (MonitorLsRs)->isVisible());
         EXPECT_EQ (editor.getListenPanel().getHeardParameter(), MonitorUpmix);
+    }
+
+    auto& phones = editor.getListenPanel().getHeadphonesButton();
+    EXPECT_TRUE (phones.isVisible() && phones.isEnabled());
+    EXPECT_TRUE (editor.getListenPanel().getLocalBounds().contains (phones.getBounds()));
+    for (bool on : { true, false })
+    {
+        click (phones);
+        EXPECT_EQ (processor.getHeadphones().isEnabled(), on);
+        editor.updateGui();
+        EXPECT_EQ (phones.isOn(), on);
     }
 
     // Nothing on the Main page overlaps or leaves the page.

@@ -114,7 +114,7 @@ int main (int argc, char** argv)
     std::vector<std::string> layouts { "5.1", "7.1", "7.1.2", "7.1.4" };
     double seconds = 4.0;
     int skip = 5;
-    bool popUps = false, profiling = false;
+    bool popUps = false, profiling = false, headphones = false;
     std::string pod;
     app.add_option ("--out", out, "Folder for the PNG files");
     app.add_option ("--layouts", layouts, "Output layouts: 5.1, 7.1, 7.1.2, 7.1.4, ambisonic1 .. ambisonic3")->delimiter (',');
@@ -123,6 +123,7 @@ int main (int argc, char** argv)
     app.add_option ("--start", skip, "Seconds into the clip where playback starts")->check (CLI::Range (0, 600));
     app.add_flag ("--popups", popUps, "Also the main menu, the preset browser, the save-as dialog and the settings, each open over the Main page");
     app.add_flag ("--profiling", profiling, "Also the Main page with the profiling overlay shown");
+    app.add_flag ("--headphones", headphones, "Play with headphone monitoring on");
     app.add_option ("--pod", pod, "Put the processor, as track \"Effects\", in a pod of this name with \"Dialogue\" (receiving) and \"Music\", "
                                   "sending to Dialogue, spatial and dialogue linked; with --popups the menu shows the pod");
     CLI11_PARSE (app, argc, argv);
@@ -163,6 +164,7 @@ int main (int argc, char** argv)
         }
         processor.setRateAndBufferSizeDetails (sampleRate, blockSize);
         processor.prepareToPlay (sampleRate, blockSize);
+        processor.getHeadphones().setEnabled (headphones);
         // Companions in the pod: quiet members that only lend it their track names.
         std::array<UpmixerProcessor, 2> companions;
         if (! pod.empty())
