@@ -117,10 +117,11 @@ namespace UpmixCommandLine
         std::string input, output, layout = "7.1.2", preset, supportBundle;
         std::vector<std::string> settings;
         int bits = 32;
-        bool quiet = false, report = false, profile = false, version = false, check = false, manual = false;
+        bool quiet = false, report = false, profile = false, version = false, check = false, manual = false, headphones = false;
         app.add_option ("INPUT", input, "Input audio file (WAV, AIFF, FLAC or OGG)");
         app.add_option ("OUTPUT", output, "Output WAV file");
-        app.add_option ("--layout", layout, "Output layout: 5.1, 7.1, 7.1.2 (default), 7.1.4, or Ambisonic ambix1, ambix2, ambix3 (ACN/SN3D), fuma1, fuma2, fuma3 (FuMa)");
+        app.add_option ("--layout", layout, "Output layout: 5.1, 7.1, 7.1.2 (default), 7.1.4, or Ambisonic ambix1, ambix2, ambix3 (ACN/SN3D), fuma1, fuma2, fuma3 (FuMa), or binaural (7.1.4 on headphones)");
+        app.add_flag ("--headphones", headphones, "Write a stereo headphone (binaural) file of the layout's upmix instead of its channels");
         app.add_option ("--preset", preset, "Preset to start from: a .nap file, or a preset's name in the preset folders (before any --set)");
         app.add_option ("--set", settings, "Parameter setting Key=value: value normalised 0..1, or in the parameter's unit (120Hz, -3dB, 50%, On, a choice)");
         app.add_option ("--bits", bits, "Output sample format: 16, 24 or 32 (float, default)");
@@ -173,6 +174,7 @@ namespace UpmixCommandLine
         UpmixRenderer::Options options;
         const auto cwd = juce::File::getCurrentWorkingDirectory();
         options.layout = layout;
+        options.headphones = headphones;
         options.bits = bits;
         options.preset = juce::String (preset);
         options.profile = profile;

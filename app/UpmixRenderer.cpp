@@ -64,6 +64,13 @@ namespace
         };
     }
 
+    /** "binaural" is the widest loudspeaker layout heard on headphones. */
+    bool wantsHeadphones (const UpmixRenderer::Options& options) { return options.headphones || options.layout == "binaural"; }
+    juce::String loudspeakerLayout (const UpmixRenderer::Options& options)
+    {
+        return options.layout == "binaural" ? juce::String ("7.1.4") : options.layout;
+    }
+
     juce::AudioChannelSet inputSetFor (int numChannels)
     {
         if (numChannels == 1)
@@ -146,6 +153,7 @@ juce::StringArray UpmixRenderer::layoutNames()
     juce::StringArray names;
     for (const auto& l : layouts())
         names.add (l.name);
+    names.add ("binaural");
     return names;
 }
 
@@ -153,7 +161,7 @@ juce::String UpmixRenderer::prepareProcessor (UpmixerProcessor& processor, const
                                               double sampleRate, int blockSize)
 {
     const auto all = layouts();
-    const auto layout = std::find_if (all.begin(), all.end(), [&] (const Layout& l) { return options.layout == l.name; });
+    const auto layout = std::find_if (all.begin(), all.end(), [&] (const Layout& l) { return loudspeakerLayout (options) == l.name; });
     if (layout == all.end())
         return "unknown layout '" + options.layout + "' (use " + layoutNames().joinIntoString (", ") + ")";
 
@@ -178,6 +186,13 @@ juce::String UpmixRenderer::prepareProcessor (UpmixerProcessor& processor, const
 
     if (options.profile)
         processor.setProfilingShown (true);
+    if (wantsHeadphones (options))
+    {
+        if (! processor.getHeadphones().isAvailable())
+            return processor.getHeadphones().getMessage();
+        // On before the first block: its fade-in ends inside the pre-roll, which is dropped.
+        processor.getHeadphones().setEnabled (true);
+    }
 
     // As a host does: the rate and block size first, so that getSampleRate() is right, then prepare.
     processor.setRateAndBufferSizeDetails (sampleRate, blockSize);
@@ -198,11 +213,12 @@ UpmixRenderer::Result UpmixRenderer::render (const Options& options)
 {
     Result result;
     const auto all = layouts();
-    const auto layoutIt = std::find_if (all.begin(), all.end(), [&] (const Layout& l) { return options.layout == l.name; });
+    const bool headphones = wantsHeadphones (options);
+    const auto layoutIt = std::find_if (all.begin(), all.end(), [&] (const Layout& l) { return loudspeakerLayout (options) == l.name; });
     if (layoutIt == all.end())
         return result.error = "unknown layout '" + options.layout + "' (use " + layoutNames().joinIntoString (", ") + ")", result;
     const auto& layout = *layoutIt;
-    result.layout = layout.name;
+    result.layout = headphones ? juce::String (layout.name) + " binaural" : juce::String (layout.name);
 
     if (! options.input.existsAsFile())
         return result.error = "cannot read '" + options.input.getFullPathName() + "': no such file", result;
@@ -236,6 +252,7 @@ UpmixRenderer::Result UpmixRenderer::render (const Options& options)
     result.latencySamples = latency;
 
     const int numOut = layout.pluginSet.size();
+    const int numFile = headphones ? 2 : numOut;  // the ears are on the processor's first two outputs
     const int routing = processor.getCurrentRouting();
 
     if (! options.output.getParentDirectory().isDirectory())
@@ -247,9 +264,10 @@ UpmixRenderer::Result UpmixRenderer::render (const Options& options)
         auto stream = std::make_unique<juce::FileOutputStream> (temp.getFile());
         if (! stream->openedOk())
             return result.error = "cannot write '" + options.output.getFullPathName() + "': " + stream->getStatus().getErrorMessage(), result;
-        auto wavSet = layout.ambisonicFormat >= 0 ? Set::discreteChannels (numOut) : Set();
-        for (auto type : layout.wavTypes)
-            wavSet.addChannel (type);
+        auto wavSet = headphones ? Set::stereo() : layout.ambisonicFormat >= 0 ? Set::discreteChannels (numOut) : Set();
+        if (! headphones)
+            for (auto type : layout.wavTypes)
+                wavSet.addChannel (type);
         juce::WavAudioFormat wav;
         writer.reset (wav.createWriterFor (stream.get(), reader->sampleRate, wavSet, options.bits, {}, 0));
         if (writer == nullptr)
@@ -259,9 +277,9 @@ UpmixRenderer::Result UpmixRenderer::render (const Options& options)
 
     const int numBufferChannels = juce::jmax (numIn, numOut);
     juce::AudioBuffer<float> buffer (numBufferChannels, block);
-    juce::AudioBuffer<float> fileBlock (numOut, block);
+    juce::AudioBuffer<float> fileBlock (numFile, block);
     juce::MidiBuffer midi;
-    std::vector<double> peak ((size_t) numOut, 0.0), sumSquares ((size_t) numOut, 0.0);
+    std::vector<double> peak ((size_t) numFile, 0.0), sumSquares ((size_t) numFile, 0.0);
 
     const juce::int64 total = reader->lengthInSamples;
     const juce::int64 preRoll = preRollSamples (reader->sampleRate, block, total);
@@ -306,9 +324,9 @@ UpmixRenderer::Result UpmixRenderer::render (const Options& options)
         if (count <= 0)
             continue;
 
-        for (int i = 0; i < numOut; ++i)
+        for (int i = 0; i < numFile; ++i)
         {
-            const int from = layout.ambisonicFormat >= 0 ? i : hostPositionOfKind (routing, layout.wavKinds[(size_t) i]);
+            const int from = headphones || layout.ambisonicFormat >= 0 ? i : hostPositionOfKind (routing, layout.wavKinds[(size_t) i]);
             if (from >= 0 && from < numOut)
                 fileBlock.copyFrom (i, 0, buffer, from, skip, count);
             else
@@ -330,8 +348,9 @@ UpmixRenderer::Result UpmixRenderer::render (const Options& options)
     if (options.profile)
         result.stages = stageTimes (*processor.getProfiler());
 
-    for (int i = 0; i < numOut; ++i)
-        result.channels.push_back ({ layout.ambisonicFormat >= 0 ? ambisonicChannelName (layout.ambisonicFormat, i)
+    for (int i = 0; i < numFile; ++i)
+        result.channels.push_back ({ headphones ? juce::String (i == 0 ? "Left ear" : "Right ear")
+                                     : layout.ambisonicFormat >= 0 ? ambisonicChannelName (layout.ambisonicFormat, i)
                                                                  : kindName (layout.wavKinds[(size_t) i], routing),
                                      toDb (peak[(size_t) i]),
                                      toDb (std::sqrt (sumSquares[(size_t) i] / (double) juce::jmax<juce::int64> (1, total))) });
