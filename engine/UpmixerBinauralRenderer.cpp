@@ -10,7 +10,7 @@ namespace
 {
     Complex* allocateBins() { return reinterpret_cast<Complex*> (fftw_alloc_complex (UpmixerBinauralRenderer::numBins)); }
 
-    void clearBins (Complex* bins) noexcept { std::memset (bins, 0, sizeof (Complex) * UpmixerBinauralRenderer::numBins); }
+    void clearBins (Complex* bins) noexcept { std::fill (bins, bins + UpmixerBinauralRenderer::numBins, Complex {}); }
 
     /** sum += a * b, bin by bin. */
     void multiplyAdd (Complex* sum, const Complex* a, const Complex* b) noexcept
