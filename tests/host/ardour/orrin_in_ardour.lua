@@ -38,7 +38,7 @@ local settings = {
 }
 
 -- The test signal: kind of the generator (0 silence, 1 hard-left noise, 2 centred voice, 3 low
--- tone, 4 high tone) and length in blocks. Ardour applies a new value at block starts.
+-- tone, 4 high tone) and length in blocks (each kind is bounced on its own).
 local block = 8192
 local segments = { { 0, 2 }, { 1, 10 }, { 2, 10 }, { 3, 8 }, { 4, 8 }, { 0, 2 } }
 local LEFT, VOICE, LOW, HIGH = 2, 3, 4, 5 -- their places in segments
