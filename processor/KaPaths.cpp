@@ -38,11 +38,11 @@ namespace KaPaths
         // The running binary: the command line or Standalone, or inside a plug-in the bundle's
         // shared library.
         const auto binary = juce::File::getSpecialLocation (juce::File::currentExecutableFile);
-        const auto dataHome = juce::SystemStats::getEnvironmentVariable ("XDG_DATA_HOME", {});
-        const auto userShare = juce::File::isAbsolutePath (dataHome)
-                                   ? juce::File (dataHome)
-                                   : juce::File::getSpecialLocation (juce::File::userHomeDirectory).getChildFile (".local/share");
-        return { binary.getSiblingFile (relative), binary.getParentDirectory().getSiblingFile (shared),
+        // scripts/install's place for one user, where the plug-ins find it too.
+        const auto userShare = juce::File::getSpecialLocation (juce::File::userHomeDirectory).getChildFile (".local/share");
+        // Installed, the programs live in PREFIX/lib/orrin-upmix (linked from PREFIX/bin).
+        const auto folder = binary.getParentDirectory();
+        return { binary.getSiblingFile (relative), folder.getSiblingFile (shared), folder.getParentDirectory().getSiblingFile (shared),
                  userShare.getChildFile ("orrin-upmix").getChildFile (relative), juce::File ("/usr/local").getChildFile (shared),
                  juce::File ("/usr").getChildFile (shared) };
     }
