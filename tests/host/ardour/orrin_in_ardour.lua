@@ -246,7 +246,9 @@ local function check_audio (row, track, processor)
 	end
 
 	-- At 5.1 and 7.1 the right side stays 40 dB down; the height layouts put about a tenth of the
-	-- noise's power on R and the right heights.
+	-- noise's power on R and the right heights. That is the overhead lift as designed, not a leak:
+	-- R gives up gOn Mf - gOff Sf, which for a left-only source is (gOff - gOn) / 2 of it, and the
+	-- right overhead takes (gOn - gOff) / 2 of it, whenever the on- and off-phase values differ.
 	local c, e = loudest (energy, LEFT, names)
 	local _, e_right = loudest (energy, LEFT, names, is_right)
 	check (row, "hard-left noise loudest in a left speaker", is_left (names[c]) and db (e / e_right) > 6,
