@@ -274,13 +274,14 @@ namespace
             ring.numChannels.store (numChannels, std::memory_order_release);
             ring.validFrom.store (position, std::memory_order_release);
         }
+        // Samples are stored with release (plain stores on x86): a reader that sees one also sees
+        // the announcement before it.
         ring.writing.store (position + numSamples, std::memory_order_relaxed);
-        std::atomic_thread_fence (std::memory_order_release);
         for (int ch = 0; ch < numChannels; ++ch)
         {
             std::atomic<float>* line = ring.samples.get() + ch * capacity;
             for (int s = 0; s < numSamples; ++s)
-                line[(position + s) & mask].store (channels[ch][s], std::memory_order_relaxed);
+                line[(position + s) & mask].store (channels[ch][s], std::memory_order_release);
         }
         ring.written.store (position + numSamples, std::memory_order_release);
         ring.expected.store (position + numSamples, std::memory_order_relaxed);
@@ -317,9 +318,8 @@ namespace
         {
             const std::atomic<float>* line = ring.samples.get() + ch * capacity;
             for (int s = 0; s < count; ++s)
-                scratch[ch * KAPOD_MAX_BLOCK + s] = line[(lo + s) & mask].load (std::memory_order_relaxed);
+                scratch[ch * KAPOD_MAX_BLOCK + s] = line[(lo + s) & mask].load (std::memory_order_acquire);
         }
-        std::atomic_thread_fence (std::memory_order_acquire);
         if (ring.validFrom.load (std::memory_order_relaxed) != validFrom || ring.writing.load (std::memory_order_relaxed) - capacity > lo)
             return false;
 

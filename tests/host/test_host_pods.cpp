@@ -59,7 +59,6 @@ namespace
             text = text.replaceSection (open, close - open, edited.toBase64Encoding());
             hostState.replaceAll (text.toRawUTF8(), text.getNumBytesAsUTF8() + 1);
         }
-        ASSERT_GT (edited.getSize(), 0u);
         p.setStateInformation (hostState.getData(), (int) hostState.getSize());
     }
 }
