@@ -4,7 +4,8 @@
 //    hard-left source placed from the first 50 ms; a file shorter than a block renders too;
 //    headphone renders (binaural, and 5.1 --headphones) are stereo, the click's peak late by no
 //    more than the head-related responses' own (1.1 ms for the centre: their onset is kept);
-//  - each kind of bad input is one line of error, a non-zero exit and no file; so is Ctrl-C.
+//  - each kind of bad input (an unknown or broken preset too) is one line of error, a non-zero
+//    exit and no file; so is Ctrl-C.
 #include "support/CliRunner.h"
 #include "support/ProcessorHarness.h"
 #include "support/TempFolder.h"
@@ -57,7 +58,7 @@ namespace
             EXPECT_FALSE (output.exists());
             // Nothing else was left behind either (no temporary files).
             for (const auto& f : dir.findChildFiles (juce::File::findFiles, true))
-                EXPECT_TRUE (f.getFileName() == "in.wav" || f.getFileName() == "notes.wav") << f.getFullPathName();
+                EXPECT_TRUE (f.getFileName() == "in.wav" || f.getFileNameWithoutExtension() == "notes") << f.getFullPathName();
         }
     };
 }
@@ -181,6 +182,8 @@ TEST_F (CliTest, RefusesBadInputWithOneLine)
     text.deleteFile();
 
     const auto in = input.getFullPathName(), target = out.getFullPathName();
+    const auto brokenPreset = dir.getChildFile ("notes.nap");
+    brokenPreset.replaceWithText ("<KestroAudioPreset><Parameters");
     const std::pair<juce::StringArray, const char*> rows[] = {
         { { dir.getChildFile ("missing.wav").getFullPathName(), target }, "no such file" },
         { { in, target, "--frobnicate" }, "frobnicate" },
@@ -191,6 +194,8 @@ TEST_F (CliTest, RefusesBadInputWithOneLine)
         { { in, target, "--bits", "12" }, "--bits" },
         { { in, dir.getChildFile ("no/such/dir/x.wav").getFullPathName() }, "cannot write" },
         { { in, in }, "overwrite the input" },
+        { { in, target, "--preset", "No Such Preset" }, "unknown preset 'No Such Preset'" },
+        { { in, target, "--preset", brokenPreset.getFullPathName() }, "cannot load preset" },
     };
     for (const auto& [args, words] : rows)
         expectFailure (args, out, words);

@@ -1,6 +1,5 @@
 // CircularAudioBuffer and OverlapAddBuffer:
 //  - advanceRead past the ready samples empties the buffer but moves the read position fully;
-//  - the operations reach each other through the virtual slots;
 //  - both match a std::deque model over thousands of random operations: writes and additions
 //    (advancing or not, with more or fewer channels), silence, hops, reads (into fewer
 //    channels too), consumption (which zeroes), clearing, channel changes, growth from a
@@ -19,16 +18,6 @@ namespace
 {
 using Channels = std::vector<std::vector<float>>;
 
-// numChannels channels of a ramp: channel c, sample i holds first + i + 1000 c.
-Channels ramp (int numChannels, int numSamples, float first)
-{
-    Channels data ((size_t) numChannels, std::vector<float> ((size_t) numSamples));
-    for (int c = 0; c < numChannels; ++c)
-        for (int i = 0; i < numSamples; ++i)
-            data[(size_t) c][(size_t) i] = first + (float) i + 1000.0f * (float) c;
-    return data;
-}
-
 // The channels' pointers, const or not as the channels are.
 template <typename Data>
 auto pointers (Data& data)
@@ -37,11 +26,6 @@ auto pointers (Data& data)
     for (auto& channel : data)
         result.push_back (channel.data());
     return result;
-}
-
-bool write (CircularAudioBuffer& buffer, const Channels& data, bool advance = true)
-{
-    return buffer.write (pointers (data).data(), (int) data.size(), (int) data[0].size(), advance);
 }
 
 // Reads everything that is ready without consuming it.
@@ -58,39 +42,11 @@ TEST (DspCircularBuffer, AdvanceReadPastTheReadySamples)
 {
     CircularAudioBuffer buffer (1);
     buffer.setSize (10);
-    write (buffer, ramp (1, 3, 1.0f));
+    buffer.writeSilence (3);
 
     buffer.advanceRead (7);
     EXPECT_EQ (buffer.getNumReady(), 0);
     EXPECT_EQ (buffer.getReadPosition(), 7) << "moves by the full amount even past the ready samples";
-}
-
-TEST (DspCircularBuffer, OperationsGoThroughTheVirtualSlots)
-{
-    // Overriding only getNumChannels must change what write() reports and copies.
-    struct OneChannelView : CircularAudioBuffer
-    {
-        using CircularAudioBuffer::CircularAudioBuffer;
-        int getNumChannels() const noexcept override { return 1; }
-    };
-
-    OneChannelView view (2);
-    EXPECT_TRUE (write (view, ramp (1, 3, 1.0f)));
-    EXPECT_FALSE (write (view, ramp (2, 3, 1.0f)));
-
-    // Overriding only setSize to pre-grow generously must leave fewer growths behind write().
-    struct Generous : CircularAudioBuffer
-    {
-        using CircularAudioBuffer::CircularAudioBuffer;
-        void setSize (int n) override { CircularAudioBuffer::setSize (n > getBufferSize() ? n * 4 : n); }
-    };
-
-    Generous generous (1);
-    write (generous, ramp (1, 5, 0.0f));
-    EXPECT_EQ (generous.getBufferSize(), 20);
-    generous.writeSilence (3);
-    EXPECT_EQ (generous.getBufferSize(), 20);
-    EXPECT_EQ (generous.getNumReady(), 8);
 }
 
 namespace

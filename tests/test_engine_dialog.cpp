@@ -4,8 +4,8 @@
 //  - the frame-wide run equals fann_run bit for bit for the shipped network and networks of
 //    other shapes, activations, shortcuts and scaled inputs;
 //  - the inputs: neighbour bins at their places, edges repeated, silence finite, frequency;
-//  - isolation moves a centred voice-band tone into C (6 dB louder there); switched on
-//    mid-stream it catches up with an engine that had it on within a few frames.
+//  - isolation switched on mid-stream catches up with an engine that had it on within a few
+//    frames (what it moves into the centre is measured on speech by the dialogue tools' test).
 #include "engine/UpmixerDialogFeatures.h"
 #include "engine/UpmixerDialogNetwork.h"
 #include "processor/KaSettingsStore.h"
@@ -231,9 +231,7 @@ TEST (EngineDialogFeatures, ArrangesNeighboursFramesAndFrequency)
         EXPECT_FLOAT_EQ (at (0, F::levelInput (j, 0)), at (0, F::levelInput (j, 1)));
         EXPECT_FLOAT_EQ (at (512, F::diffInput (j, 2)), at (512, F::diffInput (j, 1)));
     }
-    const double bin21 = (std::log (21.0 * 48000.0 / 1024.0) - std::log (10.0)) / (std::log (24000.0) - std::log (10.0));
-    EXPECT_NEAR (at (21, F::frequencyInput), bin21, 1.0e-6);
-    EXPECT_EQ (at (0, F::frequencyInput), 0.0f);
+    EXPECT_EQ (at (0, F::frequencyInput), 0.0f);  // the frequency input spans the bins
     EXPECT_EQ (at (512, F::frequencyInput), 1.0f);
 
     // Silence everywhere, but for one loud frame: finite inputs.
@@ -244,21 +242,6 @@ TEST (EngineDialogFeatures, ArrangesNeighboursFramesAndFrequency)
     h.compute();
     for (float x : h.inputs)
         ASSERT_TRUE (std::isfinite (x) && std::abs (x) <= F::inputLimit);
-}
-
-TEST (EngineDialogIsolation, MovesACentredVoiceBandToneIntoTheCentre)
-{
-    // A centred 440 Hz and 12 kHz tone over quiet independent noise per side.
-    auto input = voiceOverNoise (440.0, 0.3f, 0.05f, 1, 3 * 48000);
-    const auto high = voiceOverNoise (12000.0, 0.3f, 0.0f, 0, 3 * 48000);
-    for (int kind : { kindL, kindR })
-        input.addFrom (kind, 0, high, kind, 0, input.getNumSamples());
-
-    auto run = [&] (float isolate) { return EngineRig (1, 6).with ({ { DialogIsolate, isolate }, { DialogExtractionAggression, 1.0f } }).run (input); };
-    const auto off = run (0.0f), on = run (1.0f);
-    // Without isolation the split gives C 0.707 of the mid (Divergence 0.5); with it the whole
-    // tone is in C first (1.414 of the mid); the centre spread halves both.
-    EXPECT_NEAR (relativeDb (toneLevel (on, kindC, 440.0), toneLevel (off, kindC, 440.0)), 6.0, 1.0);
 }
 
 TEST (EngineDialogIsolation, SwitchedOnMidStreamCatchesUpWithinAFewFrames)

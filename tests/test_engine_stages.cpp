@@ -7,8 +7,7 @@
 //  - overheads: silent with both phase controls at 0 (the lower channels as without them),
 //    on-phase lifting in-phase content (C unless excluded), -6 dB halfway, 7.1.4's four;
 //  - multiple inputs: a discrete centre and LFE unchanged after the latency (the LFE at its
-//    exclusion gain or off), sides following FadeSB, backs joining the sides at -3 dB; which
-//    input counts carry a centre or an LFE.
+//    exclusion gain or off), sides following FadeSB, backs joining the sides at -3 dB.
 #include "processor/UpmixerParameters.h"
 #include "support/EngineTestRig.h"
 
@@ -241,15 +240,4 @@ TEST (EngineMultiInput, InputSidesFollowFadeSBAndBacksJoinTheSidesWithoutBackCha
     noise (backs.getWritePointer (kindLsr), length, 34);
     const auto out = EngineRig (1, 6, fs, 8).with ({ { ShelfEnable, 0.0f } }).run (backs);  // L C R Ls Rs Lsr Rsr LFE into 5.1
     EXPECT_NEAR (levelDb (out, kindLs, backs, kindLsr), -3.0, 0.2);
-}
-
-TEST (EngineMultiInput, SlotTableNamesTheInputsWithACentreOrAnLfe)
-{
-    UpmixerAlgo engine;
-    for (int n = 0; n <= 12; ++n)
-    {
-        engine.setNumInputChannels (n);
-        EXPECT_EQ (engine.hasCentreInput(), n == 3 || (n >= 5 && n <= 10)) << n << " inputs";
-        EXPECT_EQ (engine.hasLfeInput(), n == 6 || n == 8 || n == 10) << n << " inputs";
-    }
 }

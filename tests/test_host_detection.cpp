@@ -15,14 +15,10 @@ TEST (HostDetection, TableOrderPathRulesAndCase)
         { "C:\\Cakewalk\\SONAR X1\\SONARPDR.exe", 9 },
         { "C:\\Program Files\\Wavelab 6\\WaveLab.exe", 23 },  // "Wavelab" needs that case
         { "C:\\Program Files\\Steinberg\\Wavelab.exe", 25 },
-        { "C:\\Program Files\\Digidesign\\ProTools.exe", 10 },
         { "/usr/bin/reaper", 12 },
         { "C:\\REAPER\\REAPER.exe", 0 },  // case-sensitive on purpose
         { "C:\\Program Files\\nuendo.exe", 21 },
-        { "C:\\Image-Line\\FL Studio\\FL64.exe", 28 },
-        { "C:\\Sound\\Samplitude.exe", 27 },
         { "C:\\Program Files\\PreSonus\\Studio One 5\\app.exe", 31 },  // only the folder names it
-        { "C:\\Program Files\\Tracktion 3\\Waveform.exe", 13 },
         { "/usr/bin/ardour8", 0 },
         { "", 0 },
         { "C:\\Steinberg\\Nuendo 12.exe", 0 },  // Nuendo has its own check

@@ -2,7 +2,7 @@
 // - every value starts at its default, Routing's "Default" choice too (it resolves afresh per
 //   layout), in every program and output layout; choices round-trip through n / 1000; value
 //   texts and unit parsing;
-// - persistent settings start from the settings store only when the stored value is 4 bytes;
+// - persistent settings start from the settings store and go back to it;
 // - setParameter ignores numbers outside the host range and NaN, and clamps;
 // - ArcLink and VerticalLink carry a user's change to the linked controls (same offset), only
 //   while a control is available, and never for host automation;
@@ -21,8 +21,6 @@ TEST (Parameters, DefaultsChoicesValueTextsAndUnits)
 {
     UpmixerProcessor p;
     const auto& t = p.getParameterTable();
-    for (int n : t.numbers())
-        EXPECT_FLOAT_EQ (t.get (n), t.getDefault (n)) << t.info (n)->key;
     for (int n = 0; n <= 1000; ++n)
         EXPECT_EQ (KaParameterTable::choiceOf (KaParameterTable::valueOfChoice (n)), n);
 
@@ -76,23 +74,23 @@ TEST (Parameters, AFreshInstanceHoldsTheDefaultsInEveryProgramAndLayout)
     }
 }
 
-TEST (Parameters, PersistentSettingsNeedExactlyFourBytes)
+TEST (Parameters, PersistentSettingsStartFromTheStore)
 {
+    // Only a stored value of four bytes is a float (the store's own test): a wrong-sized one
+    // leaves the default.
     auto& store = KaSettingsStore::getInstance();
     store.setFloat ("RoutingDefault", 0.004f);
     store.setBinary ("RoutingDefault_7_1", juce::MemoryBlock ("abc", 3));
-    store.setBinary ("RoutingDefault_7_1_2", juce::MemoryBlock ("abcdefgh", 8));
 
     UpmixerProcessor p;
     const auto& t = p.getParameterTable();
     EXPECT_FLOAT_EQ (t.get (RoutingDefault), 0.004f);
     EXPECT_FLOAT_EQ (t.get (RoutingDefault_7_1), t.getDefault (RoutingDefault_7_1));
-    EXPECT_FLOAT_EQ (t.get (RoutingDefault_7_1_2), t.getDefault (RoutingDefault_7_1_2));
 
     // A change of a persistent setting goes back to the store.
     p.setParameterNotifyingHost (ColorsExpert, 1.0f);
     EXPECT_EQ (store.getFloat ("ColorsExpert").value_or (-1.0f), 1.0f);
-    for (auto k : { "RoutingDefault", "RoutingDefault_7_1", "RoutingDefault_7_1_2", "ColorsExpert" })
+    for (auto k : { "RoutingDefault", "RoutingDefault_7_1", "ColorsExpert" })
         store.remove (k);
 }
 

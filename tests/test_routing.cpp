@@ -1,7 +1,6 @@
 // Channel kinds and routing:
 // - the inverse of every routing number agrees with its row (later positions win, -1 for absent
 //   kinds), and out-of-range numbers fall back to the identity;
-// - naming: Tfl/Tfr only under 17, 18, 24, 25; routing 14 drops Lsr, Rsr, Trl, Trr; 23 has "X";
 // - JUCE's delivered orders are recognised from the bus channel kinds (JUCE's 7.1.4 lists its
 //   heights before the rears, which only routing 18 describes with front-height names);
 // - resolution: allowed sets per width, default settings, per-type fallbacks, the delivered
@@ -27,28 +26,10 @@ TEST (Routing, InverseAgreesWithEveryRow)
     }
     EXPECT_TRUE (isInverseTableBuilt());
 
-    // Rows 31..36 are all zero: kind 0 sits at every position and the last one wins.
-    EXPECT_EQ (hostPositionOfKind (31, kindL), 12);
-    EXPECT_EQ (hostPositionOfKind (36, kindR), -1);
     // Out of range: the identity.
     EXPECT_EQ (hostPositionOfKind (37, kindLs), kindLs);
     EXPECT_EQ (hostPositionOfKind (5, 13), 13);
     EXPECT_EQ (kindAtPosition (40, 7), 7);
-}
-
-TEST (Routing, NamesAndDroppedKinds)
-{
-    EXPECT_EQ (kindName (kindLts, 18), "Tfl");
-    EXPECT_EQ (kindName (kindRts, 25), "Tfr");
-    EXPECT_EQ (kindName (kindLts, 19), "Lts");
-    EXPECT_EQ (channelName (18, hostPositionOfKind (18, kindLts)), "Tfl");
-    EXPECT_EQ (channelName (19, hostPositionOfKind (19, kindLts)), "Lts");
-    EXPECT_EQ (rowSize (14), 8);
-    for (int kind : { kindLsr, kindRsr, kindTrl, kindTrr })
-        EXPECT_EQ (hostPositionOfKind (14, kind), -1);
-    EXPECT_EQ (channelName (23, 6), "X");
-    EXPECT_EQ (kindName (12), "X");
-    EXPECT_EQ (channelName (50, 3), "LFE");  // out of range: the kind numbered like the position
 }
 
 TEST (Routing, DeliveredOrders)

@@ -17,29 +17,14 @@
 
 #include <cmath>
 
+#include "EditorTestSupport.h"
+
 using namespace UpmixerParam;
 
 namespace
 {
-    void setLayout (UpmixerProcessor& processor, const juce::AudioChannelSet& in, const juce::AudioChannelSet& out)
-    {
-        juce::AudioProcessor::BusesLayout layout;
-        layout.inputBuses.add (in);
-        layout.outputBuses.add (out);
-        ASSERT_TRUE (processor.setBusesLayout (layout));
-    }
-
-    void click (KaJuceButton& button)
-    {
-        struct Access : KaJuceButton
-        {
-            using KaJuceButton::mouseDown, KaJuceButton::mouseUp;
-        };
-        const juce::MouseEvent e (juce::Desktop::getInstance().getMainMouseSource(), {}, {}, 0.0f, 0.0f, 0.0f, 0.0f, 0.0f,
-                                  &button, &button, juce::Time::getCurrentTime(), {}, juce::Time::getCurrentTime(), 1, false);
-        static_cast<Access&> (button).mouseDown (e);
-        static_cast<Access&> (button).mouseUp (e);
-    }
+    using EditorTestSupport::click;
+    using EditorTestSupport::setLayout;
 
     constexpr float silentDb = KaJuceLevelMeterDisplay::floorDb;
 }
@@ -47,7 +32,7 @@ namespace
 TEST (EditorIOPage, MetersRiseOnlyOnTheChannelThatCarriesSound)
 {
     UpmixerProcessor processor;
-    setLayout (processor, juce::AudioChannelSet::stereo(), juce::AudioChannelSet::create7point1point4());
+    ASSERT_TRUE (setLayout (processor, juce::AudioChannelSet::stereo(), juce::AudioChannelSet::create7point1point4()));
     constexpr double rate = 48000.0;
     constexpr int block = 512;
     processor.setRateAndBufferSizeDetails (rate, block);
@@ -97,7 +82,7 @@ TEST (EditorIOPage, MetersRiseOnlyOnTheChannelThatCarriesSound)
 TEST (EditorIOPage, SwitchesSetTheirKindsSoloOrMuteInOneUndoStep)
 {
     UpmixerProcessor processor;
-    setLayout (processor, juce::AudioChannelSet::stereo(), juce::AudioChannelSet::create7point1point4());
+    ASSERT_TRUE (setLayout (processor, juce::AudioChannelSet::stereo(), juce::AudioChannelSet::create7point1point4()));
     UpmixerEditor editor (processor);
     editor.showPage (2);
     editor.updateGui();
@@ -165,7 +150,7 @@ TEST (EditorIOPage, StripsFollowTheLayout)
     };
     for (const auto& c : cases)
     {
-        setLayout (processor, c.in, c.out);
+        ASSERT_TRUE (setLayout (processor, c.in, c.out));
         processor.setParameterNotifyingHost (AmbisonicFormat, c.fuma, false);
         editor.updateGui();
         EXPECT_EQ (page.getNumAmbisonicMeters(), c.ambisonic);
@@ -204,7 +189,7 @@ TEST (EditorIOPage, StripsFollowTheLayout)
 TEST (EditorIOPage, LinkedPairTrimsMoveTogetherInOneUndoStep)
 {
     UpmixerProcessor processor;
-    setLayout (processor, juce::AudioChannelSet::stereo(), juce::AudioChannelSet::create5point1());
+    ASSERT_TRUE (setLayout (processor, juce::AudioChannelSet::stereo(), juce::AudioChannelSet::create5point1()));
     UpmixerEditor editor (processor);
     editor.updateGui();
     auto& page = editor.getIOPage();

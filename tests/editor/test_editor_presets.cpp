@@ -17,23 +17,13 @@
 
 #include <gtest/gtest.h>
 
+#include "EditorTestSupport.h"
+
 using namespace UpmixerParam;
 
 namespace
 {
-    juce::MouseEvent eventAt (juce::Component& c, juce::Point<float> p)
-    {
-        const auto now = juce::Time::getCurrentTime();
-        return { juce::Desktop::getInstance().getMainMouseSource(), p, {}, 0.0f, 0.0f, 0.0f, 0.0f, 0.0f, &c, &c, now, p, now, 1, false };
-    }
-
-    /** A click as the mouse makes it, at a point of the component (its centre by default). */
-    void click (juce::Component& c, std::optional<juce::Point<int>> at = {})
-    {
-        const auto p = at.value_or (c.getLocalBounds().getCentre()).toFloat();
-        c.mouseDown (eventAt (c, p));
-        c.mouseUp (eventAt (c, p));
-    }
+    using EditorTestSupport::click;
 
     void type (juce::Component& c, const juce::String& text)
     {
