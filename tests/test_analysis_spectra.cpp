@@ -1,17 +1,15 @@
-// The spectra observers and their guard, fed frames directly or through a real FftFilter:
+// The spectra observers and their guard, fed frames directly:
 // - the guard: shared holders overlap, an exclusive holder excludes everybody, a try gives up
 //   at once, a waiting holder gets the guard when the holder lets go, releases count right;
 // - the haze snapshot through a series of frames: zero until the first, the common channels
 //   of a frame of the same size copied, a new FFT size replacing the snapshot first (a
-//   reader's copy stays as it was), clear(), frames skipped under an exclusive hold only;
-//   the filter callback forwards an analyser's frames;
+//   reader's copy stays as it was), clear(), frames skipped under an exclusive hold only (the
+//   analysers' callbacks are seen through the processor's observers);
 // - the coherence snapshot: empty before the first frame, always the frame's first two
 //   channels, re-made for a new FFT size, frames of one channel ignored.
 #include "analysis/ScopedObserverLock.h"
 #include "analysis/SpatialHazeObserver.h"
-#include "analysis/SpatialHazeObserver_FilterCallBack.h"
 #include "analysis/UpmixerStereoCoherenceObserver.h"
-#include "dsp/FftFilter.h"
 
 #include <gtest/gtest.h>
 
@@ -186,26 +184,3 @@ TEST (AnalysisCoherence, AlwaysTwoChannelsOfTheFramesSize)
     prepared.prepare (256);
     runSteps (prepared, { { 0, 0, 0.0, unheld, 129, { 0, 0 } }, { 2, 256, 5.0, exclusiveHold, 129, { 0, 0 } } });
 }
-
-TEST (AnalysisHaze, TheFilterCallBackForwardsAnAnalysersFrames)
-{
-    SpatialHazeObserver::Ptr haze (new SpatialHazeObserver (2));
-    FftFilter::Ptr analyser (new FftFilter (256, new SpatialHazeObserver_FilterCallBack (haze), 2));
-
-    // A sine on bin 16 in channel 1 only; channel 0 silent.
-    juce::AudioBuffer<float> block (2, 256);
-    block.clear();
-    for (int i = 0; i < 256; ++i)
-        block.setSample (1, i, (float) std::sin (2.0 * juce::MathConstants<double>::pi * 16.0 * i / 256.0));
-    analyser->analyse (block);
-
-    SpectraSnapshot s;
-    haze->readSnapshot (s);
-    EXPECT_TRUE (isZero (s, 0));
-    EXPECT_NEAR (std::sqrt (s.energy (1, 16)), 128.0, 1.0e-3);  // unscaled FFT: N / 2
-    EXPECT_LT (s.energy (1, 40), 1.0e-6);
-
-    SpatialHazeObserver_FilterCallBack empty (nullptr);
-    empty.processFrame (frame (2, 256));  // no observer: nothing happens
-}
-

@@ -1,11 +1,12 @@
 // The orrin-upmix command line, run as a user would:
 //  - 7.1.2, 5.1, third-order AmbiX and first-order FuMa renders: channels, channel mask, bit
-//    depth, the input's length, a click at its own sample (latency removed), the report; a
-//    hard-left source placed from the first 50 ms; a file shorter than a block renders too;
-//    headphone renders (binaural, and 5.1 --headphones) are stereo, the click's peak late by no
-//    more than the head-related responses' own (1.1 ms for the centre: their onset is kept);
+//    depth, the input's length, a click at its own sample (latency removed), the report (and
+//    no picture without --report); a hard-left source placed from the first 50 ms; a file
+//    shorter than a block renders too; headphone renders (binaural, and 5.1 --headphones) are
+//    stereo, the click's peak late by no more than the head-related responses' own (1.1 ms for
+//    the centre: their onset is kept);
 //  - each kind of bad input (an unknown or broken preset too) is one line of error, a non-zero
-//    exit and no file; so is Ctrl-C.
+//    exit and no file (no --report picture either); so is Ctrl-C.
 #include "support/CliRunner.h"
 #include "support/ProcessorHarness.h"
 #include "support/TempFolder.h"
@@ -90,6 +91,7 @@ TEST_F (CliTest, RendersAlignedMultichannelWavs)
         const bool quiet = row.options.contains ("--quiet");
         EXPECT_EQ (run.output.contains ("Wrote") && run.output.contains ("Peak dBFS"), ! quiet) << run.output;
         EXPECT_EQ (run.output.trim().isEmpty(), quiet) << run.output;
+        EXPECT_FALSE (dir.getChildFile (out.getFileName() + ".png").exists()) << "a picture only with --report";
 
         auto reader = CliRunner::openWav (out);
         ASSERT_NE (reader, nullptr);
@@ -187,7 +189,7 @@ TEST_F (CliTest, RefusesBadInputWithOneLine)
     const std::pair<juce::StringArray, const char*> rows[] = {
         { { dir.getChildFile ("missing.wav").getFullPathName(), target }, "no such file" },
         { { in, target, "--frobnicate" }, "frobnicate" },
-        { { in, target, "--layout", "9.1" }, "unknown layout" },
+        { { in, target, "--layout", "9.1", "--report" }, "unknown layout" },  // and no picture
         { { in, target, "--set", "NoSuchKey=1" }, "unknown parameter" },
         { { in, target, "--set", "LfeFreq=900Hz" }, "out of range" },
         { { in, target, "--set", "Divergence" }, "Key=value" },

@@ -5,7 +5,7 @@
 //   of C (so the observers, the position reader and the drawing are wired end to end);
 // - its upmix peak bars show the written file's peaks (they once included the warm-up before
 //   the file: Ls read -8.9 dBFS on the demo clip where the file peaks at -15.7);
-// - no picture without --report, and none when the render fails.
+// - (no picture without --report, and none when the render fails: the command line's cases).
 #include "support/CliRunner.h"
 #include "support/ProcessorHarness.h"
 #include "support/TempFolder.h"
@@ -83,20 +83,6 @@ TEST_F (CliReportTest, WritesALegiblePictureBesideTheOutput)
     EXPECT_GT (centre.getFloatRed(), 0.5f) << centre.toDisplayString (false);
     EXPECT_NEAR (centre.getFloatGreen(), centre.getFloatRed(), 0.2f) << centre.toDisplayString (false);
     EXPECT_LT (centre.getFloatBlue(), 0.5f * centre.getFloatGreen()) << centre.toDisplayString (false);
-}
-
-TEST_F (CliReportTest, NoPictureWithoutTheFlagOrWhenTheRenderFails)
-{
-    const auto out = dir.getChildFile ("plain.wav");
-    ASSERT_EQ (runCli ({ input.getFullPathName(), out.getFullPathName(), "--quiet" }).exitCode, 0);
-    EXPECT_TRUE (out.existsAsFile());
-    EXPECT_FALSE (dir.getChildFile ("plain.wav.png").exists());
-
-    const auto never = dir.getChildFile ("never.wav");
-    const auto run = runCli ({ input.getFullPathName(), never.getFullPathName(), "--layout", "9.1", "--report" });
-    EXPECT_NE (run.exitCode, 0);
-    EXPECT_FALSE (never.exists());
-    EXPECT_FALSE (dir.getChildFile ("never.wav.png").exists());
 }
 
 TEST_F (CliReportTest, PeakBarsShowTheWrittenFilesPeaks)

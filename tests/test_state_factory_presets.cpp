@@ -91,8 +91,6 @@ TEST (FactoryPresets, DesignsApplyCleanlyAndEveryCommittedPresetLoadsAndWasInsta
         EXPECT_EQ (p.getProgramName (0), KaPresetName::decode (file.getFileNameWithoutExtension()));
         EXPECT_TRUE (installed.getChildFile (file.getFileName()).hasIdenticalContentTo (file)) << file.getFileName();
     }
-    for (const auto* name : { "User", "Installed", "Default" })
-        EXPECT_TRUE (KaPaths::presetRoot().getChildFile (name).isDirectory()) << name;
 }
 
 TEST (FactoryPresets, InstalledOnceWithoutOverwritingTheUsersFiles)

@@ -1,8 +1,8 @@
 // Session state ("MYPLUGINSETTINGS") and parameter-map versions:
 //  - every program slot's values, names, the current program and the send selector survive a
 //    save and load bit for bit (a routing other than its mix type's too), and save again alike;
-//  - bad blocks (empty, unframed, not XML, another root, truncated, not UTF-8, too deep, an
-//    instruction followed by text, which hangs JUCE's reader) change nothing; values clamp,
+//  - bad blocks (empty, unframed, not XML, another root, truncated, not UTF-8, too deep, a DTD,
+//    an instruction followed by text, which hangs JUCE's reader) change nothing; values clamp,
 //    non-numbers and missing ones take defaults;
 //  - map versions 1 and 2 turn off the switches they predate, logging each step; a newer map
 //    loads as it stands and warns once per process;
@@ -120,6 +120,7 @@ TEST (SessionState, BadBlocksChangeNothing)
         frame (juce::String::fromUTF8 (brokenUtf8, sizeof (brokenUtf8))),
         // JUCE's reader loops for ever on a processing instruction followed by text.
         frame ("<MYPLUGINSETTINGS><?pi?>text<PRESET0 Divergence=\"0.9\"/></MYPLUGINSETTINGS>"),
+        frame ("<!DOCTYPE x [<!ENTITY a \"<b/>\">]><MYPLUGINSETTINGS>&a;</MYPLUGINSETTINGS>"),
     };
     auto truncatedFrame = before;
     truncatedFrame.setSize (before.getSize() / 3);
