@@ -375,6 +375,10 @@ void UpmixerProcessor::processWholeBlock (juce::AudioBuffer<float>& buffer, bool
             channels[(size_t) ch] = buffer.getWritePointer (ch, done);
         processChunk (channels.data(), numHost, n, bypassed, position + done);
     }
+    // A timing item stamped after the engine (the pod's receive) ends with the block, not with
+    // the next block's first stage.
+    if (profiler.isTiming())
+        profiler.stop (juce::Time::getMillisecondCounterHiRes());
     if (isProfilingShown())
         noteBlockEnd();
 }
