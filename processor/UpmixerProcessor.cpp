@@ -86,8 +86,7 @@ UpmixerProcessor::UpmixerProcessor (const juce::AudioChannelSet& fixed)
     for (int i = 0; i < KaProfiler::maxItems; ++i)
         profiler.registerItem (i, nullptr);
 
-    const auto buses = getBusesLayout();
-    buildLayout (&buses, getTotalNumInputChannels(), getTotalNumOutputChannels());
+    buildLayoutFromBuses();
     resolveRouting();
     m_upmixerAlgo.prepare (this, 48000.0f);
     checkNumInputChannels();
@@ -131,8 +130,7 @@ bool UpmixerProcessor::isBusesLayoutSupported (const BusesLayout& layouts) const
 
 void UpmixerProcessor::numChannelsChanged()
 {
-    const auto buses = getBusesLayout();
-    buildLayout (&buses, getTotalNumInputChannels(), getTotalNumOutputChannels());
+    buildLayoutFromBuses();
     resolveRouting();
     checkNumInputChannels();
 }
@@ -164,6 +162,14 @@ int UpmixerProcessor::deliveredRouting (const BusesLayout* buses, int numOut) no
             outKinds[(size_t) i] = frontHeights ? juce714[i] : i;
     }
     return Routing_::routingMatchingKinds (outKinds.data(), juce::jmin (numOut, maxChannels), frontHeights);
+}
+
+void UpmixerProcessor::buildLayoutFromBuses()
+{
+    // Kept for the audio thread's rebuild when the send selector changes: the same channels are
+    // the same speakers. Hosts change buses only while no block runs.
+    m_builtBuses = getBusesLayout();
+    buildLayout (&m_builtBuses, getTotalNumInputChannels(), getTotalNumOutputChannels());
 }
 
 void UpmixerProcessor::buildLayout (const BusesLayout* buses, int numIn, int numOut) noexcept
@@ -321,8 +327,7 @@ void UpmixerProcessor::prepareToPlay (double sampleRate, int maximumExpectedSamp
     m_observers.prepare (currentSampleRate, maxBlock);
     monitor.reset (UpmixerMonitor::selectMode (getParameterTable()));
 
-    const auto buses = getBusesLayout();
-    buildLayout (&buses, getTotalNumInputChannels(), getTotalNumOutputChannels());
+    buildLayoutFromBuses();
     resolveRouting();
     m_upmixerAlgo.prepare (this, (float) currentSampleRate);
     checkNumInputChannels();
@@ -360,9 +365,9 @@ void UpmixerProcessor::processWholeBlock (juce::AudioBuffer<float>& buffer, bool
 
     // A host may change its channel count without preparing again; the layout follows, as it
     // does a send selector set or cleared.
-    if (m_bSendSelectorChanged.exchange (false) || getTotalNumInputChannels() != layout.numInputs
-        || getTotalNumOutputChannels() != layout.numOutputs)
-        buildLayout (nullptr, getTotalNumInputChannels(), getTotalNumOutputChannels());
+    const bool countsChanged = getTotalNumInputChannels() != layout.numInputs || getTotalNumOutputChannels() != layout.numOutputs;
+    if (m_bSendSelectorChanged.exchange (false) || countsChanged)
+        buildLayout (countsChanged ? nullptr : &m_builtBuses, getTotalNumInputChannels(), getTotalNumOutputChannels());
     resolveRouting();
 
     const juce::int64 position = podBlockPosition (numSamples);

@@ -136,6 +136,8 @@ private:
     };
 
     void buildLayout (const BusesLayout* busLayout, int numIn, int numOut) noexcept;
+    /** Message thread: the layout of the host's buses, which it keeps. */
+    void buildLayoutFromBuses();
     /** The routing whose order matches the speakers of a speaker output bus, or -1. */
     static int deliveredRouting (const BusesLayout* buses, int numOut) noexcept;
     void resolveRouting() noexcept;
@@ -170,6 +172,7 @@ private:
 
     const juce::AudioChannelSet fixedOutput;
     LayoutInfo layout;
+    BusesLayout m_builtBuses;  // the buses the layout was last built from
     std::atomic<int> currentRouting { 1 };
     int engineOutputs = 6;
     int numOverheads = 0;

@@ -241,3 +241,26 @@ TEST (Pods, ASessionReopensIntoItsPodApartFromOthers)
     receiver.processor->runHousekeeping();
     EXPECT_EQ (receiver.processor->getLatencySamples(), 1536);
 }
+
+TEST (Pods, SettingTheSendSelectorKeepsEachInputSpeakerInPlace)
+{
+    // A 5.1 input in JUCE's order: with Listen Source each input reaches its own speaker, before
+    // and after the layout is rebuilt for the send selector.
+    ProcessorHarness h (6, 6);
+    juce::AudioProcessor::BusesLayout layout;
+    layout.inputBuses.add (juce::AudioChannelSet::create5point1());
+    layout.outputBuses.add (juce::AudioChannelSet::create5point1());
+    ASSERT_TRUE (h.processor->setBusesLayout (layout));
+    h.processor->prepareToPlay (48000.0, 512);
+    h.set (MonitorSource, 1.0f);
+    for (int selector : { -1, 0 })
+    {
+        h.processor->setSendSelector (selector);
+        juce::AudioBuffer<float> in (6, 8192);
+        for (int ch = 0; ch < 6; ++ch)
+            juce::FloatVectorOperations::fill (in.getWritePointer (ch), 0.1f * (float) (ch + 1), 8192);
+        const auto out = h.run (in);
+        for (int ch = 0; ch < 6; ++ch)
+            EXPECT_NEAR (out.getSample (ch, 8191), 0.1f * (float) (ch + 1), 1.0e-5f) << "selector " << selector << ", channel " << ch;
+    }
+}
