@@ -50,7 +50,7 @@ namespace
 
 // Guard ----------------------------------------------------------------------------------------------
 
-TEST (AnalysisGuard, SharedHoldersOverlapExclusiveExcludes)
+TEST (AnalysisGuard, SharedHoldersOverlapExclusiveExcludesAWaiterGetsItWhenLetGo)
 {
     ObserverDataGuard guard;
     {
@@ -76,11 +76,8 @@ TEST (AnalysisGuard, SharedHoldersOverlapExclusiveExcludes)
     // Holders that were refused release nothing: the guard is free again.
     EXPECT_FALSE (guard.hasWriter());
     EXPECT_EQ (guard.getNumReaders(), 0);
-}
 
-TEST (AnalysisGuard, AWaitingHolderGetsTheGuardWhenItIsLetGo)
-{
-    ObserverDataGuard guard;
+    // A waiting holder gets the guard when the holder lets it go.
     std::atomic<bool> acquired { false };
     std::thread waiter;
     {
