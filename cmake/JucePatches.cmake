@@ -1,6 +1,17 @@
 # Fixes to the Debian JUCE 7.0.5 sources that the plug-in's own targets compile, applied to copies
 # in the build tree (the installed modules are never touched).
 
+# Writes text to a file only when it differs, so that a new configure rebuilds nothing.
+function(orrin_write_if_changed file text)
+    set(current "")
+    if(EXISTS "${file}")
+        file(READ "${file}" current)
+    endif()
+    if(NOT current STREQUAL text)
+        file(WRITE "${file}" "${text}")
+    endif()
+endfunction()
+
 # Writes a copy of a JUCE source with one text replaced, only when the copy changes (so that a
 # new configure rebuilds nothing). Sets `result` to FALSE when the text is not there: a JUCE that
 # needs no fix.
@@ -12,13 +23,7 @@ function(orrin_write_patched_copy original copy from to result)
         set(${result} FALSE PARENT_SCOPE)
         return()
     endif()
-    set(current "")
-    if(EXISTS "${copy}")
-        file(READ "${copy}" current)
-    endif()
-    if(NOT current STREQUAL fixed)
-        file(WRITE "${copy}" "${fixed}")
-    endif()
+    orrin_write_if_changed("${copy}" "${fixed}")
     set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${original}")
     set(${result} TRUE PARENT_SCOPE)
 endfunction()
@@ -62,13 +67,7 @@ function(orrin_write_diffed_copy original copy patchFile)
         message(FATAL_ERROR "${patchFile} does not apply to ${original}")
     endif()
     file(READ "${work}/${name}.patched" fixed)
-    set(current "")
-    if(EXISTS "${copy}")
-        file(READ "${copy}" current)
-    endif()
-    if(NOT current STREQUAL fixed)
-        file(WRITE "${copy}" "${fixed}")
-    endif()
+    orrin_write_if_changed("${copy}" "${fixed}")
     set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${original}" "${patchFile}")
 endfunction()
 
