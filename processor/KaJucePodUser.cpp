@@ -212,14 +212,26 @@ void KaJucePodUser::podHousekeeping()
             podApplyLinkedValue (numbers[(size_t) i], values[(size_t) i]);
             m_nApplying.store (-1);
         }
+    checkPodRates();
 }
 
 void KaJucePodUser::podPrepare (double sampleRate)
 {
     m_dSampleRate = sampleRate;
+    m_nRateMismatchTicks = 0;
+    if (m_pMember != nullptr)
+        m_pApi->set_sample_rate (m_pMember, sampleRate, nullptr);
+}
+
+void KaJucePodUser::checkPodRates()
+{
+    // A session's new rate reaches its members one by one: only a difference that lasts is news.
+    constexpr int lastingTicks = 30;  // housekeeping runs at 30 Hz: a second
     double other = 0.0;
-    if (m_pMember != nullptr && m_pApi->set_sample_rate (m_pMember, sampleRate, &other) == 0)
-        podWarning ("Pod \"" + m_strPodName + "\": this instance now runs at " + juce::String (sampleRate, 0) + " Hz and another member at "
+    if (m_dSampleRate <= 0.0 || m_pApi->set_sample_rate (m_pMember, m_dSampleRate, &other) != 0)
+        m_nRateMismatchTicks = 0;
+    else if (++m_nRateMismatchTicks == lastingTicks)
+        podWarning ("Pod \"" + m_strPodName + "\": this instance runs at " + juce::String (m_dSampleRate, 0) + " Hz and another member at "
                     + juce::String (other, 0) + " Hz. Channels pass only between members at the same rate.");
 }
 

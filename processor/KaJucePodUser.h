@@ -72,7 +72,8 @@ protected:
     /** Message thread: sends this member's linked changes, takes the others', follows the
         pod's link groups. */
     void podHousekeeping();
-    /** Message thread: the member's rate; a rate other than the pod's is warned about. */
+    /** Message thread: the member's rate; a rate other than the pod's is warned about (by
+        housekeeping, once it has lasted). */
     void podPrepare (double sampleRate);
 
     /** Audio thread: this member's output, before its send delay, for timeline samples from
@@ -99,6 +100,8 @@ protected:
 
 private:
     bool join (const juce::String& name, int wantedNumber, bool adoptSettings);
+    /** Warns once when this member's rate has differed from another's for a while. */
+    void checkPodRates();
     /** Leaves the pod without a word to the processor (its destructor may be running). */
     void detach() noexcept;
     bool isLinked (int number) const noexcept;
@@ -111,6 +114,7 @@ private:
     std::atomic<int> m_nMemberNumber { -1 };
     int m_nSavedMemberNumber = -1;  // from the session, while the library is missing
     double m_dSampleRate = 0.0;
+    int m_nRateMismatchTicks = 0;
     std::atomic<int> m_nSendSelector { -1 };
     std::atomic<unsigned> m_nLinkGroups { 0 };
     std::atomic<int> m_nApplying { -1 };  // the parameter being taken from the pod: not sent back

@@ -189,15 +189,16 @@ TEST (Pods, MembersGoingAwayAndOtherRatesNeverStopTheReceiver)
 
     // Another rate: refused when joining; after joining, warned and exchanging nothing.
     ProcessorHarness other (2, 6, 44100.0, 256);
-    const int warnings = other.processor->getNumWarningsPosted();
     EXPECT_FALSE (other.processor->joinPod ("Mix"));
-    EXPECT_EQ (other.processor->getNumWarningsPosted(), warnings + 1);
+    EXPECT_EQ (other.processor->getNumWarningsPosted(), 1);
 
     ProcessorHarness late (2, 6, 48000.0, 256);
     ASSERT_TRUE (late.processor->joinPod ("Mix"));
     late.processor->setSendSelector (receiver.processor->getPodMemberNumber());
     late.processor->prepareToPlay (44100.0, 256);
-    EXPECT_EQ (late.processor->getNumWarningsPosted(), warnings + 1);
+    for (int tick = 0; tick < 40; ++tick)  // a lasting difference is warned about once
+        late.processor->runHousekeeping();
+    EXPECT_EQ (late.processor->getNumWarningsPosted(), 1);
     receiver.set (MonitorSource, 1.0f);
     late.set (MonitorSource, 1.0f);
     receiver.run (impulseAt (8192, -1));  // what the thread played has left the delay lines
