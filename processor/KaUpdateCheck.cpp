@@ -13,6 +13,18 @@ namespace
     constexpr juce::int64 dayMs = 24 * 60 * 60 * 1000;
     constexpr int maxFeedBytes = 65536;
 
+    /** JUCE's own HTTP client connects with a blocking connect(), which a firewall that drops
+        packets holds for a couple of minutes whatever the time-out: the server (or the proxy
+        the client would use) is reached first with a timed connect. */
+    bool canConnect (const juce::String& url, int timeout)
+    {
+        const auto proxy = juce::SystemStats::getEnvironmentVariable ("http_proxy", {});
+        const juce::URL target (proxy.startsWithIgnoreCase ("http://") ? proxy : url);
+        const auto host = target.getDomain().upToFirstOccurrenceOf (":", false, false);
+        juce::StreamingSocket socket;
+        return host.isNotEmpty() && socket.connect (host, target.getPort() > 0 ? target.getPort() : 80, timeout);
+    }
+
     KaUpdateCheck::Result failure (const juce::String& reason)
     {
         KaUpdateCheck::Result r;
@@ -68,6 +80,9 @@ namespace KaUpdateCheck
     {
         if (! url.startsWithIgnoreCase ("http://"))
             return failure ("'" + url + "' is not an http:// address (this build fetches plain http only)");
+
+        if (! canConnect (url, timeout))
+            return failure ("no answer from " + url);
 
         int statusCode = 0;
         const auto options = juce::URL::InputStreamOptions (juce::URL::ParameterHandling::inAddress)

@@ -15,7 +15,7 @@
 namespace
 {
     /** A small HTTP server: answers GET of a known path with its body, anything else with 404,
-        and counts the requests. */
+        and counts the GET requests. */
     class FeedServer : private juce::Thread
     {
     public:
@@ -44,7 +44,6 @@ namespace
                 std::unique_ptr<juce::StreamingSocket> client (listener.waitForNextConnection());
                 if (client == nullptr || threadShouldExit())
                     return;
-                ++requests;
                 juce::String request;
                 char buffer[1024];
                 while (! request.contains ("\r\n\r\n") && client->waitUntilReady (true, 2000) > 0)
@@ -54,6 +53,10 @@ namespace
                         break;
                     request += juce::String::fromUTF8 (buffer, n);
                 }
+                // A connection that asks nothing is the client's reachability probe.
+                if (! request.startsWith ("GET "))
+                    continue;
+                ++requests;
                 const auto path = request.fromFirstOccurrenceOf ("GET ", false, false).upToFirstOccurrenceOf (" ", false, false);
                 const auto found = bodies.find (path);
                 const auto body = found != bodies.end() ? found->second : juce::String ("not here");
