@@ -176,7 +176,10 @@ namespace
         // Senders naming this member keep their selector: a member that rejoins with its number
         // (a session reopened) receives again.
         if (--member->pod->numMembers == 0)
-            r.pods.erase (member->pod->name);  // nobody is left to read its buffers
+        {
+            const std::string name = member->pod->name;  // the key must outlive the erased pod
+            r.pods.erase (name);  // nobody is left to read its buffers
+        }
         delete member;
     }
 
