@@ -100,8 +100,11 @@ void UpmixerHeadphones::updateDecoder (int order, int format) noexcept
 {
     // Sampling decoder: speaker j takes sum over harmonics of a_l (2l + 1) / N Y_k(j) b_k, with
     // b_k the SN3D signal (a FuMa channel is brought to SN3D by its weight ratio) and a_l the
-    // max-rE weights of the order; then one gain makes the mean power a virtual loudspeaker's
-    // own direction receives 1.
+    // max-rE weights of the order. Then one gain, for a source at each virtual loudspeaker's own
+    // direction on average: the geometric mean of the gain that makes the feeds' power 1 (what
+    // the ears sum where the responses differ, at high frequencies) and the one that makes their
+    // plain sum 1 (what they sum at low frequencies, where the responses of all directions are
+    // nearly alike). Either alone would leave the other end of the spectrum 4 to 7 dB off.
     static constexpr float maxRe[3][4] = { { 1.0f, 0.577f, 0.0f, 0.0f }, { 1.0f, 0.775f, 0.4f, 0.0f }, { 1.0f, 0.861f, 0.612f, 0.305f } };
     m_nDecoderOrder = order;
     m_nDecoderFormat = format;
@@ -121,7 +124,7 @@ void UpmixerHeadphones::updateDecoder (int order, int format) noexcept
                                                     * UpmixerAmbisonicStage::normalisation (UpmixerAmbisonicStage::formatAmbiX, k) / weight;
         }
     }
-    double power = 0.0;
+    double power = 0.0, amplitude = 0.0;
     for (const auto& source : virtualLayout)
     {
         std::array<float, UpmixerAmbisonicStage::maxChannels> e {};
@@ -132,9 +135,11 @@ void UpmixerHeadphones::updateDecoder (int order, int format) noexcept
             for (int c = 0; c < numChannels; ++c)
                 p += (double) row[(size_t) c] * e[(size_t) c];
             power += p * p;
+            amplitude += p;
         }
     }
-    const float gain = power > 0.0 ? (float) std::sqrt (numVirtual / power) : 1.0f;
+    const double byPower = std::sqrt (numVirtual / power), byAmplitude = numVirtual / amplitude;
+    const float gain = power > 0.0 && amplitude > 0.0 ? (float) std::sqrt (byPower * byAmplitude) : 1.0f;
     for (auto& row : m_decoder)
         for (auto& g : row)
             g *= gain;
