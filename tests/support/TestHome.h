@@ -14,6 +14,12 @@ struct TestHome
         // Instances meet in the pod library of this build, never in one installed on the machine.
         setenv ("KAPOD_LIBRARY", ORRIN_KAPOD_PATH, 1);
 #endif
+        // No test reaches for the network: an editor's daily update check asks a port of this
+        // machine where nothing listens, and is refused at once.
+        const auto settings = folder.getChildFile ("OrrinUpmix_1/settings.xml");
+        settings.create();
+        settings.replaceWithText ("<KaSettings>\n  <Value name=\"UpdateFeedUrl\" data=\""
+                                  + juce::Base64::toBase64 (juce::String ("http://127.0.0.1:1/")) + "\"/>\n</KaSettings>\n");
     }
 
     ~TestHome() { folder.deleteRecursively(); }
