@@ -7,7 +7,7 @@
 //  - switching on and off mid-stream does not click: around each switch the largest step from
 //    one sample to the next stays within four times the steady parts' (the 10 ms fade's slope at
 //    its middle adds about two; a hard switch between the loudspeaker and the ear signals of a
-//    100 Hz sine jumps by a good part of its amplitude, some twenty steady steps);
+//    100 Hz sine jumps by a good part of its amplitude, 70 to 100 steady steps);
 //  - a missing SOFA file leaves the option unavailable with a message naming the file, and the
 //    outputs those of an instance without the option.
 #include "processor/UpmixerParameters.h"
