@@ -99,21 +99,26 @@ void UpmixerObservers::observeRow (Row row) noexcept
         meters[(size_t) row][(size_t) i]->observe (view);
 }
 
+void UpmixerObservers::feedUpmixRow (float* const* channels, int numChannels, int numSamples) noexcept
+{
+    if (numChannels <= 0 || numSamples <= 0 || ! m_bActive.load (std::memory_order_relaxed))
+        return;
+    view.setDataToReferTo (channels, std::min (numChannels, metersPerRow), numSamples);
+    observeRow (rowUpmix);
+
+    const int pairs = numChannels < 9 ? numBedPairs : numPairs;
+    for (int i = 0; i < pairs; ++i)
+        pairCorrelation[(size_t) i]->observe (view);
+    numPairsFed.store (pairs, std::memory_order_relaxed);
+}
+
 void UpmixerObservers::feedOutputs (const Signals& s, int numSamples) noexcept
 {
     if (numSamples <= 0 || ! m_bActive.load (std::memory_order_relaxed))
         return;
 
-    if (s.numUpmix > 0)
-    {
-        view.setDataToReferTo (s.upmix, std::min (s.numUpmix, metersPerRow), numSamples);
-        observeRow (rowUpmix);
-
-        const int pairs = s.numUpmix < 9 ? numBedPairs : numPairs;
-        for (int i = 0; i < pairs; ++i)
-            pairCorrelation[(size_t) i]->observe (view);
-        numPairsFed.store (pairs, std::memory_order_relaxed);
-    }
+    if (s.numUpmix > 0 && ! s.upmixRowApart)
+        feedUpmixRow (s.upmix, s.numUpmix, numSamples);
 
     if (s.downmix != nullptr)
     {

@@ -55,6 +55,7 @@ public:
         float* const* downmix = nullptr; // two channels
         float* const* delta = nullptr;   // two channels
         int routing = 0;
+        bool upmixRowApart = false;      // the upmix meters are fed by feedUpmixRow() instead
     };
 
     /** Message thread; allocates. The provider (the processor) gives the routing in force. */
@@ -70,6 +71,10 @@ public:
     /** Audio thread, no allocation: the upmix and downmix meters, the correlation meters and
         the analysers, after the downmix. numSamples at most prepare()'s maxBlock. */
     void feedOutputs (const Signals& signals, int numSamples) noexcept;
+
+    /** Audio thread, no allocation: the upmix meters and the pair correlations alone, from
+        channels in the host order (a pod's receiver meters the sum it plays this way). */
+    void feedUpmixRow (float* const* channels, int numChannels, int numSamples) noexcept;
 
     /** Audio thread, no allocation: the Ambisonic meters, with the host outputs (at most 16). */
     void feedAmbisonic (float* const* outputs, int numOutputs, int numSamples) noexcept;

@@ -544,7 +544,11 @@ void UpmixerProcessor::processChunk (float* const* host, int numHostChannels, in
 
     applyOutputGains (numSamples);
     computeDownmix (numSamples);
-    feedObservers (numSamples);
+    // A pod's receiver playing the upmix meters what it plays: the pod's sum, which exists only
+    // after the output delay lines.
+    const bool meterPodSum = isPodReceiver() && ambisonicOrder == 0 && ! bypass && ! m_headphones.isNeeded()
+                             && UpmixerMonitor::selectMode (t) == UpmixerMonitor::modeUpmix;
+    feedObservers (numSamples, meterPodSum);
 
     const int numOutputs = juce::jmin (getTotalNumOutputChannels(), numHostChannels, (int) maxHostOutputs);
     if (ambisonicOrder > 0)
@@ -562,6 +566,8 @@ void UpmixerProcessor::processChunk (float* const* host, int numHostChannels, in
     {
         profiler.stamp (podInItem, juce::Time::getMillisecondCounterHiRes(), numSamples / currentSampleRate * 1000.0);
         podReceive (host, numOutputs, numSamples, position);
+        if (meterPodSum)
+            m_observers.feedUpmixRow (host, juce::jmin (engineOutputs, numOutputs), numSamples);
     }
 }
 
@@ -601,7 +607,7 @@ void UpmixerProcessor::writeMonitored (float* const* host, int numOutputs, int n
     }
 }
 
-void UpmixerProcessor::feedObservers (int numSamples) noexcept
+void UpmixerProcessor::feedObservers (int numSamples, bool upmixRowApart) noexcept
 {
     UpmixerObservers::Signals signals;
     signals.upmix = engineBuffer.getArrayOfWritePointers();
@@ -611,6 +617,7 @@ void UpmixerProcessor::feedObservers (int numSamples) noexcept
     signals.downmix = downmixBuffer.getArrayOfWritePointers();
     signals.delta = deltaBuffer.getArrayOfWritePointers();
     signals.routing = getCurrentRouting();
+    signals.upmixRowApart = upmixRowApart;
     m_observers.feedOutputs (signals, numSamples);
 }
 

@@ -149,7 +149,8 @@ private:
     void copyInputsToEngine (float* const* host, int numInputs, int numSamples) noexcept;
     void applyOutputGains (int numSamples) noexcept;
     void computeDownmix (int numSamples) noexcept;
-    void feedObservers (int numSamples) noexcept;
+    /** upmixRowApart: the upmix meters are fed later, with the pod's sum. */
+    void feedObservers (int numSamples, bool upmixRowApart) noexcept;
     /** Step 13 of the block: the engine's Ambisonic encoding, or the Listen selection. */
     void writeAmbisonic (float* const* host, int numOutputs, int numSamples, bool bypass) noexcept;
     void writeMonitored (float* const* host, int numOutputs, int numSamples, bool bypassed) noexcept;

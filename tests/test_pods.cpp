@@ -166,6 +166,19 @@ TEST (Pods, SumArrivesAtTheExchangeLatencyInAnyOrderAndBlockSize)
     }
 }
 
+TEST (Pods, TheReceiversOutputMetersShowTheSum)
+{
+    ProcessorHarness sender (2, 6), receiver (2, 6);
+    sendTo (sender, receiver, "Meter");
+    const auto meter = receiver.processor->getObservers().getLevelMeter (UpmixerObservers::rowUpmix, 0);
+    for (int i = 0; i < 30; ++i)
+    {
+        sender.run (TestSignals::noise (2, 512, i));
+        receiver.run (impulseAt (512, -1));  // its own upmix is silent
+    }
+    EXPECT_GT (meter->getLevelDb(), -40.0f);
+}
+
 TEST (Pods, MembersGoingAwayAndOtherRatesNeverStopTheReceiver)
 {
     ProcessorHarness receiver (2, 6, 48000.0, 256);
