@@ -208,11 +208,18 @@ UpmixerHrirSet::Pair UpmixerHrirSet::raw (float azimuth, float elevation) const
 
 UpmixerHrirSet::Pair UpmixerHrirSet::responseFor (float azimuth, float elevation, double sampleRate) const
 {
+    const auto key = std::make_tuple (azimuth, elevation, sampleRate);
+    {
+        std::lock_guard<std::mutex> guard (m_cacheMutex);
+        if (const auto found = m_cache.find (key); found != m_cache.end())
+            return found->second;
+    }
     auto pair = measured (azimuth, elevation);
     if (sampleRate > 0.0 && sampleRate != m_fSampleRate)
     {
         pair.left = CSincResampler::resample (pair.left, m_fSampleRate, sampleRate);
         pair.right = CSincResampler::resample (pair.right, m_fSampleRate, sampleRate);
     }
-    return pair;
+    std::lock_guard<std::mutex> guard (m_cacheMutex);
+    return m_cache.emplace (key, std::move (pair)).first->second;
 }

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <map>
 #include <memory>
 #include <mutex>
+#include <tuple>
 #include <string>
 #include <vector>
 
@@ -30,7 +32,9 @@ struct MYSOFA_EASY;
     about its own power to the two ears together, as a power-preserving pan does.
 
     Message thread (or any non-audio thread); everything allocates. responseFor() may be called
-    from several threads (libmysofa's scratch space is guarded). */
+    from several threads (libmysofa's scratch space and the cache are guarded); it keeps what it
+    made, so that preparing again at a rate already seen (hosts prepare often, every instance
+    shares the set) costs a copy. */
 class UpmixerHrirSet
 {
 public:
@@ -70,4 +74,6 @@ private:
     float m_fGain = 1.0f;
     std::vector<float> m_equaliser { 1.0f };  // minimum-phase diffuse-field inverse, set's rate
     mutable std::mutex m_mutex;
+    mutable std::mutex m_cacheMutex;
+    mutable std::map<std::tuple<float, float, double>, Pair> m_cache;  // by azimuth, elevation, rate
 };
