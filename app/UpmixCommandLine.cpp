@@ -46,6 +46,21 @@ namespace UpmixCommandLine
             }
         }
 
+        /** Integer samples cannot hold what goes over full scale, and an upmix can (W sums every
+            loudspeaker; coherent lows add up): the file has it clipped, so say so even when quiet. */
+        void warnOfClipping (const UpmixRenderer::Options& options, const UpmixRenderer::Result& r)
+        {
+            if (options.bits == 32)
+                return;
+            const auto over = [] (const UpmixRenderer::ChannelStats& c) { return c.peakDb > 0.0; };
+            const auto loudest = std::max_element (r.channels.begin(), r.channels.end(), [] (const auto& a, const auto& b) { return a.peakDb < b.peakDb; });
+            if (loudest == r.channels.end() || ! over (*loudest))
+                return;
+            const auto count = std::count_if (r.channels.begin(), r.channels.end(), over);
+            std::fprintf (stderr, "orrin-upmix: warning: %d channel%s over full scale (%s at +%.1f dBFS), clipped in the %d-bit file; --bits 32 keeps them\n",
+                          (int) count, count == 1 ? " goes" : "s go", loudest->name.toRawUTF8(), loudest->peakDb, options.bits);
+        }
+
         /** The report picture beside the output: its name with ".png" added. */
         juce::String writeReportPicture (const UpmixRenderer::Options& options, const UpmixRenderer::Result& r,
                                          const UpmixReportRecorder& recorder, const juce::File& picture)
@@ -210,6 +225,7 @@ namespace UpmixCommandLine
         if (! result.ok())
             return fail (result.error.toStdString(), 1);
 
+        warnOfClipping (options, result);
         const juce::File picture (options.output.getFullPathName() + ".png");
         recorder.takeFilePeaks (result.channels);
         if (report)

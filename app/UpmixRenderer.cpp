@@ -34,7 +34,7 @@ namespace
     /** The names of the Ambisonic channels in file order: ACN numbers, or FuMa's letters. */
     juce::String ambisonicChannelName (int format, int channel)
     {
-        return format == UpmixerAmbisonicStage::formatFuMa ? juce::String::charToString ("WXYZRSTUVKLMNOPQ"[channel & 15])
+        return format == UpmixerAmbisonicStage::formatFuMa ? juce::String (UpmixerAmbisonicStage::harmonicLetter (UpmixerAmbisonicStage::harmonicOfChannel (format, channel)))
                                                             : "ACN" + juce::String (channel);
     }
 
