@@ -9,6 +9,7 @@
 // (A missing SOFA file is tried through the processor, in test_processor_headphones.cpp.)
 #include "engine/UpmixerBinauralRenderer.h"
 #include "engine/UpmixerHrirSet.h"
+#include "InterauralDifferences.h"
 
 #include <gtest/gtest.h>
 
@@ -21,32 +22,6 @@ std::shared_ptr<const UpmixerHrirSet> defaultSet()
 {
     static auto set = [] { std::string error; return UpmixerHrirSet::load (UpmixerHrirSet::defaultPath, error); }();
     return set;
-}
-
-/** Lag (samples) of the right ear behind the left at the cross-correlation's peak, within 1 ms. */
-int interauralLag (const std::vector<float>& left, const std::vector<float>& right, double sampleRate)
-{
-    const int maxLag = (int) (0.001 * sampleRate);
-    int best = 0;
-    double bestValue = -1.0e30;
-    for (int lag = -maxLag; lag <= maxLag; ++lag)
-    {
-        double sum = 0.0;
-        for (int n = 0; n < (int) left.size(); ++n)
-            if (const int m = n + lag; m >= 0 && m < (int) right.size())
-                sum += (double) left[(size_t) n] * right[(size_t) m];
-        if (sum > bestValue)
-            bestValue = sum, best = lag;
-    }
-    return best;
-}
-
-double energyDb (const std::vector<float>& x)
-{
-    double sum = 1.0e-20;
-    for (float v : x)
-        sum += (double) v * v;
-    return 10.0 * std::log10 (sum);
 }
 }
 
@@ -66,8 +41,8 @@ TEST (BinauralResponses, NearerEarEarlierAndLouder)
             {
                 SCOPED_TRACE (testing::Message() << rate << " Hz, azimuth " << c.azimuth * side << ", elevation " << c.elevation);
                 const auto pair = set->responseFor (c.azimuth * side, c.elevation, rate);
-                const double itdMs = interauralLag (pair.left, pair.right, rate) / rate * 1000.0 * side;
-                const double ildDb = (energyDb (pair.left) - energyDb (pair.right)) * side;
+                const double itdMs = InterauralDifferences::lag (pair.left, pair.right, rate) / rate * 1000.0 * side;
+                const double ildDb = (InterauralDifferences::energyDb (pair.left) - InterauralDifferences::energyDb (pair.right)) * side;
                 EXPECT_GT (itdMs, c.minItdMs);
                 EXPECT_LT (itdMs, c.maxItdMs);
                 EXPECT_GT (ildDb, c.minIldDb);

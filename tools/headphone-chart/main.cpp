@@ -6,6 +6,7 @@
 // directions and a chart against azimuth.
 #include "dsp/CRecursiveFilter.h"
 #include "engine/UpmixerHrirSet.h"
+#include "InterauralDifferences.h"
 
 #include <CLI/CLI.hpp>
 #include <juce_graphics/juce_graphics.h>
@@ -32,23 +33,8 @@ namespace
             return ir;
         };
         const auto lowLeft = lowPassed (pair.left), lowRight = lowPassed (pair.right);
-        const int maxLag = (int) (0.001 * rate);
-        int best = 0;
-        double bestValue = -1.0e30, left = 1.0e-20, right = 1.0e-20;
-        for (int lag = -maxLag; lag <= maxLag; ++lag)
-        {
-            double sum = 0.0;
-            for (int n = 0; n < (int) lowLeft.size(); ++n)
-                if (const int m = n + lag; m >= 0 && m < (int) lowRight.size())
-                    sum += (double) lowLeft[(size_t) n] * lowRight[(size_t) m];
-            if (sum > bestValue)
-                bestValue = sum, best = lag;
-        }
-        for (float v : pair.left)
-            left += (double) v * v;
-        for (float v : pair.right)
-            right += (double) v * v;
-        return { best / rate * 1000.0, 10.0 * std::log10 (left / right) };
+        return { InterauralDifferences::lag (lowLeft, lowRight, rate) / rate * 1000.0,
+                 InterauralDifferences::energyDb (pair.left) - InterauralDifferences::energyDb (pair.right) };
     }
 
     const juce::Colour background { 0xff15171b }, text { 0xffe6e6e6 }, dim { 0xff9aa0a8 }, grid { 0x40ffffff };
