@@ -253,6 +253,7 @@ TEST (EditorBinding, GesturesUndoAnnouncementsAndNotices)
     EditorTestSupport::GestureCounter gestures;
     processor.addListener (&gestures);
     {
+        KaJuceDragControl loose ("loose");  // outlives the editor, which forgets its controls when it goes
         UpmixerEditor editor (processor);
         auto* divergence = dynamic_cast<KaJuceDragControl*> (editor.findControl (Divergence));
         ASSERT_NE (divergence, nullptr);
@@ -272,7 +273,6 @@ TEST (EditorBinding, GesturesUndoAnnouncementsAndNotices)
         EXPECT_EQ (editor.announcementFor (KaJuceControl::noParameter), "");
 
         // A control bound to 9999 never reaches the processor.
-        KaJuceDragControl loose ("loose");
         editor.registerControl (loose);
         const auto values = processor.getHostValues();
         drag (loose, 0.0f, -100.0f);
