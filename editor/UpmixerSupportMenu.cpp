@@ -22,6 +22,7 @@ void UpmixerSupportMenu::addItems (KaJuceMenuPopUp& menu)
     const auto notes = m_updates->getNewerNotesUrl();
     menu.addItem (status.isNotEmpty() ? status : juce::String ("Updates: not checked yet"), notes.isNotEmpty(), false,
                   [notes] { juce::URL (notes).launchInDefaultBrowser(); });
+    menu.addItem ("Check for updates now", true, false, [this] { m_updates->checkNow(); });
     menu.addItem ("Check for updates daily", true, m_updates->isAutomatic(), [this]
     {
         m_updates->setAutomatic (! m_updates->isAutomatic());

@@ -140,8 +140,15 @@ void KaUpdateChecker::checkIfDue()
     // A clock set back counts as due, or the check could stay silent for a long time.
     if (now - last < dayMs && now >= last)
         return;
+    checkNow();
+}
+
+void KaUpdateChecker::checkNow()
+{
+    if (isThreadRunning())
+        return;
     // Noted before the fetch: another instance opening now does not check again.
-    store.setString (timeKey, juce::String (now));
+    KaSettingsStore::getInstance().setString (timeKey, juce::String (juce::Time::currentTimeMillis()));
     startThread (juce::Thread::Priority::low);
 }
 

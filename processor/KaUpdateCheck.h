@@ -60,6 +60,8 @@ public:
 
     /** Starts a check when the automatic check is on and the last one is a day old or more. */
     void checkIfDue();
+    /** Starts a check now (the user asked), unless one is running; it counts as the day's. */
+    void checkNow();
 
     bool isAutomatic() const;
     void setAutomatic (bool on);

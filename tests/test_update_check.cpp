@@ -2,8 +2,8 @@
 // test run's own per-user settings):
 //  - `orrin-upmix --version --check` prints one line for a newer and for the same version, and
 //    one error line for a malformed feed, a missing feed and a port nobody listens on;
-//  - the background check runs at most once a day, keeps its outcome for the menu, and does
-//    not run at all with the daily check switched off.
+//  - the background check runs at most once a day (a check the user asks for runs at once),
+//    keeps its outcome for the menu, and does not run at all with the daily check switched off.
 #include "processor/KaSettingsStore.h"
 #include "processor/KaUpdateCheck.h"
 #include "support/CliRunner.h"
@@ -142,10 +142,15 @@ TEST (UpdateCheck, BackgroundCheckRunsOncePerDayUnlessSwitchedOff)
 
     checkTwice();  // within the day
     EXPECT_EQ (server.requests.load(), 1);
+    {
+        KaUpdateChecker checker;
+        checker.checkNow();  // the user asks: within the day too
+    }
+    EXPECT_EQ (server.requests.load(), 2);
 
     store.remove ("UpdateCheckTime");
     reader.setAutomatic (false);
     checkTwice();
-    EXPECT_EQ (server.requests.load(), 1);
+    EXPECT_EQ (server.requests.load(), 2);
     reader.setAutomatic (true);
 }
