@@ -12,7 +12,7 @@ UpmixerSupportMenu::UpmixerSupportMenu (KaJuceEditorBase& editor)
 void UpmixerSupportMenu::addItems (KaJuceMenuPopUp& menu)
 {
     menu.addSeparator();
-    menu.addItem ("Export support file...", true, false, [this] { chooseExportFile(); });
+    menu.addItem (exportItemText(), true, false, [this] { chooseExportFile(); });
     const auto manual = KaPaths::manualFile();
     menu.addItem (manual != juce::File() ? "Manual" : "Manual (not installed)", manual != juce::File(), false,
                   [manual] { juce::URL (manual).launchInDefaultBrowser(); });

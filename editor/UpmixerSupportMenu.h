@@ -7,7 +7,7 @@
 
 class KaJuceEditorBase;
 
-/** The main menu's support entries: "Export support file..." (the same zip as
+/** The main menu's support entries: "Export support file…" (the same zip as
     `orrin-upmix --support-bundle`, through KaSupportBundle), "Manual" (the installed HTML in
     the user's browser), the update check's last outcome
     (a newer version's entry opens its notes) and its daily switch. Opening an editor starts the
@@ -16,6 +16,9 @@ class UpmixerSupportMenu
 {
 public:
     explicit UpmixerSupportMenu (KaJuceEditorBase& editor);
+
+    /** The export entry's text (with a real ellipsis, which the editor's fonts carry). */
+    static juce::String exportItemText() { return juce::CharPointer_UTF8 ("Export support file\xe2\x80\xa6"); }
 
     void addItems (KaJuceMenuPopUp& menu);
 

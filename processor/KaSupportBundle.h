@@ -12,7 +12,7 @@ class KaJuceProcessorBase;
     Nothing personal is added beyond what the logs already hold: the build line's user name is
     left out and the only folders named are the product's own, with the home folder written "~".
 
-    The editor's "Export support file..." and `orrin-upmix --support-bundle` both write it through
+    The editor's "Export support file…" and `orrin-upmix --support-bundle` both write it through
     this class. Message thread or any other non-audio thread: it allocates and touches the disk. */
 class KaSupportBundle
 {

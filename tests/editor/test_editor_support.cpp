@@ -1,8 +1,9 @@
 // The main menu's support entries on a real UpmixerEditor:
-// - "Export support file..." is offered; the export writes the zip and says so in the status
+// - "Export support file…" is offered; the export writes the zip and says so in the status
 //   line; a place it cannot write is a notice inside the editor (no window);
 // - the daily update check's entry switches the per-user setting.
 #include "editor/UpmixerEditor.h"
+#include "editor/UpmixerSupportMenu.h"
 #include "processor/UpmixerProcessor.h"
 #include "support/TempFolder.h"
 
@@ -14,7 +15,7 @@ TEST (EditorSupport, MenuExportsTheSupportFileAndReportsFailureInside)
     UpmixerEditor editor (processor);
     auto& menu = editor.getMainMenu();
     editor.showMainMenu (&editor.getMenuButton());
-    EXPECT_GE (menu.indexOf ("Export support file..."), 0);
+    EXPECT_GE (menu.indexOf (UpmixerSupportMenu::exportItemText()), 0);
     const KaUpdateChecker updates;
     const bool automatic = updates.isAutomatic();
     menu.choose (menu.indexOf ("Check for updates daily"));
