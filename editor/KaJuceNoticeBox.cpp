@@ -59,10 +59,7 @@ void KaJuceNoticeBox::resized()
 
 void KaJuceNoticeBox::render (double)
 {
-    KaOglDraw::fillRect (getLocalBounds().toFloat(), juce::Colours::black.withAlpha (0.55f));
-    const auto card = m_card.toFloat();
-    KaOglDraw::fillRoundedRect (card, 6.0f, KaJuceTheme::panel.brighter (0.05f));
-    KaOglDraw::drawRoundedRect (card, 6.0f, KaJuceTheme::warning.withAlpha (0.8f));
+    KaOglDraw::drawModalCard (getLocalBounds().toFloat(), m_card.toFloat(), 0.55f, 6.0f, KaJuceTheme::panel.brighter (0.05f), KaJuceTheme::warning.withAlpha (0.8f));
     auto* title = getOglFont (KaJuceTheme::titleText);
     auto* body = getOglFont (KaJuceTheme::bodyText);
     if (title == nullptr || body == nullptr)
@@ -70,20 +67,5 @@ void KaJuceNoticeBox::render (double)
     auto area = m_card.reduced (16);
     title->drawText (m_title.forRender(), area.removeFromTop (22), juce::Justification::centredLeft, KaJuceTheme::warning);
     area.removeFromTop (6);
-    // Word-wrapped body text (a few lines; the render thread may allocate).
-    juce::String line;
-    int y = area.getY();
-    for (const auto& word : juce::StringArray::fromTokens (m_text.forRender(), " \n", {}))
-    {
-        const auto candidate = line.isEmpty() ? word : line + " " + word;
-        if (body->getTextWidth (candidate) > area.getWidth() && line.isNotEmpty())
-        {
-            body->drawText (line, (float) area.getX(), (float) y, KaJuceTheme::text);
-            y += body->getHeight() + 3;
-            line = word;
-        }
-        else
-            line = candidate;
-    }
-    body->drawText (line, (float) area.getX(), (float) y, KaJuceTheme::text);
+    body->drawWrappedText (m_text.forRender(), area.getX(), area.getY(), area.getWidth(), 3, KaJuceTheme::text);
 }

@@ -118,6 +118,24 @@ float KaJuceOglFont::drawText (const juce::String& text, float x, float y, juce:
     return penX;
 }
 
+void KaJuceOglFont::drawWrappedText (const juce::String& text, int x, int y, int width, int lineGap, juce::Colour colour)
+{
+    juce::String line;
+    for (const auto& word : juce::StringArray::fromTokens (text, " \n", {}))
+    {
+        const auto candidate = line.isEmpty() ? word : line + " " + word;
+        if (getTextWidth (candidate) > width && line.isNotEmpty())
+        {
+            drawText (line, (float) x, (float) y, colour);
+            y += getHeight() + lineGap;
+            line = word;
+        }
+        else
+            line = candidate;
+    }
+    drawText (line, (float) x, (float) y, colour);
+}
+
 void KaJuceOglFont::drawText (const juce::String& text, juce::Rectangle<int> area, juce::Justification justification, juce::Colour colour)
 {
     const int width = getTextWidth (text);

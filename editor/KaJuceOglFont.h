@@ -47,6 +47,9 @@ public:
     float drawText (const juce::String& text, float x, float y, juce::Colour colour);
     /** Render thread: draws text placed in a rectangle, cut with "..." when it is too wide. */
     void drawText (const juce::String& text, juce::Rectangle<int> area, juce::Justification justification, juce::Colour colour);
+    /** Render thread: draws text word-wrapped to width from the top-left (x, y), lineGap pixels
+        between lines; words break at spaces and line feeds. Allocates (a few lines of a dialog). */
+    void drawWrappedText (const juce::String& text, int x, int y, int width, int lineGap, juce::Colour colour);
 
 private:
     Table m_table;

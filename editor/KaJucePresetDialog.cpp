@@ -141,11 +141,7 @@ void KaJucePresetDialog::resized()
 
 void KaJucePresetDialog::render (double)
 {
-    KaOglDraw::fillRect (getLocalBounds().toFloat(), juce::Colours::black.withAlpha (0.55f));
-    const auto card = m_card.toFloat();
-    KaOglDraw::fillRoundedRect (card.translated (0.0f, 4.0f), 7.0f, juce::Colours::black.withAlpha (0.4f));
-    KaOglDraw::fillRoundedRect (card, 6.0f, KaJuceTheme::panel.brighter (0.05f));
-    KaOglDraw::drawRoundedRect (card, 6.0f, KaJuceTheme::controlEdge);
+    KaOglDraw::drawModalCard (getLocalBounds().toFloat(), m_card.toFloat(), 0.55f, 6.0f, KaJuceTheme::panel.brighter (0.05f), KaJuceTheme::controlEdge);
     auto* title = getOglFont (KaJuceTheme::titleText);
     auto* body = getOglFont (KaJuceTheme::bodyText);
     if (title == nullptr || body == nullptr)
@@ -160,20 +156,5 @@ void KaJucePresetDialog::render (double)
         return;
     }
     area.removeFromTop (10);
-    // Word-wrapped text (two or three lines; the render thread may allocate).
-    juce::String line;
-    int y = area.getY();
-    for (const auto& word : juce::StringArray::fromTokens (m_text.forRender(), " ", {}))
-    {
-        const auto candidate = line.isEmpty() ? word : line + " " + word;
-        if (body->getTextWidth (candidate) > area.getWidth() && line.isNotEmpty())
-        {
-            body->drawText (line, (float) area.getX(), (float) y, KaJuceTheme::text);
-            y += body->getHeight() + 4;
-            line = word;
-        }
-        else
-            line = candidate;
-    }
-    body->drawText (line, (float) area.getX(), (float) y, KaJuceTheme::text);
+    body->drawWrappedText (m_text.forRender(), area.getX(), area.getY(), area.getWidth(), 4, KaJuceTheme::text);
 }

@@ -60,6 +60,14 @@ namespace KaOglDraw
         roundedOutline (r, radius, GL_POLYGON);
     }
 
+    void drawModalCard (juce::Rectangle<float> behind, juce::Rectangle<float> card, float dim, float radius, juce::Colour face, juce::Colour edge)
+    {
+        fillRect (behind, juce::Colours::black.withAlpha (dim));
+        fillRoundedRect (card.translated (0.0f, radius - 2.0f), radius + 1.0f, juce::Colours::black.withAlpha (0.4f));
+        fillRoundedRect (card, radius, face);
+        drawRoundedRect (card, radius, edge);
+    }
+
     void drawRoundedRect (juce::Rectangle<float> r, float radius, juce::Colour colour, float thickness)
     {
         setColour (colour);

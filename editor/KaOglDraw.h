@@ -12,6 +12,9 @@ namespace KaOglDraw
     /** A filled rectangle with its corners rounded by radius (pixels). */
     void fillRoundedRect (juce::Rectangle<float> r, float radius, juce::Colour colour);
     void drawRoundedRect (juce::Rectangle<float> r, float radius, juce::Colour colour, float thickness = 1.0f);
+    /** A modal card: the area behind dimmed by `dim`, the card's drop shadow, its face and its
+        edge. */
+    void drawModalCard (juce::Rectangle<float> behind, juce::Rectangle<float> card, float dim, float radius, juce::Colour face, juce::Colour edge);
     /** Top to bottom colour gradient. */
     void fillVerticalGradient (juce::Rectangle<float> r, juce::Colour top, juce::Colour bottom);
     void drawLine (float x1, float y1, float x2, float y2, juce::Colour colour, float thickness = 1.0f);

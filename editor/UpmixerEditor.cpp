@@ -37,15 +37,6 @@ namespace
     };
 }
 
-template <typename T, typename... Args>
-T& UpmixerEditor::own (Args&&... args)
-{
-    auto object = std::make_unique<T> (std::forward<Args> (args)...);
-    auto& ref = *object;
-    m_owned.push_back (std::move (object));
-    return ref;
-}
-
 UpmixerEditor::UpmixerEditor (UpmixerProcessor& processor)
     : KaJuceEditorBase (processor), m_upmixer (processor),
       m_btnUndo ("Undo", Undo, KaJuceButton::Mode::push), m_btnRedo ("Redo", Redo, KaJuceButton::Mode::push),
@@ -55,7 +46,7 @@ UpmixerEditor::UpmixerEditor (UpmixerProcessor& processor)
     setName ("UpmixerEditor");
     m_knobStrip = KaJuceFilmStrip::makeKnob (48, knobFrames, KaJuceTheme::accent);
 
-    addToFrame (own<HeaderBar>());
+    addToFrame (m_owned.make<HeaderBar>());
     m_readoutTitle.setLabel ("ORRIN UPMIX");
     m_readoutTitle.setLabelFontSize (KaJuceTheme::headingText);
     m_readoutTitle.setDrawsBackground (false);
@@ -83,10 +74,10 @@ UpmixerEditor::UpmixerEditor (UpmixerProcessor& processor)
     auto& tabs = *m_groups.emplace_back (std::make_unique<KaJuceControlGroup> (true));
     for (const auto& [name, number] : pages)
     {
-        auto& page = own<Page> (juce::String ("m_page") + name);
+        auto& page = m_owned.make<Page> (juce::String ("m_page") + name);
         m_pages.push_back (&page);
         addToFrame (page);
-        auto& tab = own<KaJuceButton> (name);
+        auto& tab = m_owned.make<KaJuceButton> (name);
         tab.onClick = [this, index = (int) m_tabs.size()] { showPage (index); };
         m_tabs.push_back (&tab);
         tabs.add (tab);
@@ -96,11 +87,11 @@ UpmixerEditor::UpmixerEditor (UpmixerProcessor& processor)
     buildMainPage();
 
     // Centre & LFE: the LFE, the centre's LF split and the downmix, with the meters they move.
-    m_centrePage = &own<UpmixerCentreLfePage> (*this, processor, [this] (int number, bool knob) -> KaJuceControl& { return makeControl (number, knob); });
+    m_centrePage = &m_owned.make<UpmixerCentreLfePage> (*this, processor, [this] (int number, bool knob) -> KaJuceControl& { return makeControl (number, knob); });
     m_pages[1]->addAndMakeVisible (*m_centrePage);
 
     // I/O: the channel strips with their meters, routing, the multi-input options, correlation.
-    m_ioPage = &own<UpmixerIOPage> (*this, processor, [this] (int number) -> KaJuceControl& { return makeControl (number, false); });
+    m_ioPage = &m_owned.make<UpmixerIOPage> (*this, processor, [this] (int number) -> KaJuceControl& { return makeControl (number, false); });
     m_pages[2]->addAndMakeVisible (*m_ioPage);
 
     // The preset browser and its dialog over the pages, the notices over everything.
@@ -122,7 +113,7 @@ UpmixerEditor::~UpmixerEditor()
 
 KaJuceOglGridComponent& UpmixerEditor::makePanel (const juce::String& title, int columns, int rowHeight, const std::vector<int>& numbers, bool knobs)
 {
-    auto& panel = own<KaJuceOglGridComponent> (title, columns, rowHeight);
+    auto& panel = m_owned.make<KaJuceOglGridComponent> (title, columns, rowHeight);
     panel.setName ("m_panel" + title.removeCharacters (" &"));
     for (int number : numbers)
         panel.addToGrid (makeControl (number, knobs));
@@ -157,15 +148,15 @@ void UpmixerEditor::buildMainPage()
 
     // Centre: the surround field; its points are bound after the knobs, which findControl()
     // finds first.
-    m_field = &own<UpmixerSurroundField>();
+    m_field = &m_owned.make<UpmixerSurroundField>();
     page.addAndMakeVisible (*m_field);
     for (auto* axis : m_field->getOverlay().getAxes())
         registerControl (*axis);
 
     // Right: dialogue, then Listen.
-    auto& dialogue = own<KaJuceOglGridComponent> ("Dialogue", 1, 62);
+    auto& dialogue = m_owned.make<KaJuceOglGridComponent> ("Dialogue", 1, 62);
     dialogue.setName ("m_panelDialogue");
-    m_dialogueActivity = &own<UpmixerDialogueActivity>();
+    m_dialogueActivity = &m_owned.make<UpmixerDialogueActivity>();
     dialogue.addToGrid (*m_dialogueActivity);
     page.addAndMakeVisible (dialogue);
     m_mainRight.push_back (&dialogue);
@@ -184,7 +175,7 @@ void UpmixerEditor::buildMainPage()
         { MonitorLtsRts, { kindLts, kindRts } }, { MonitorLLts, { kindL, kindLts } }, { MonitorLsLts, { kindLs, kindLts } },
         { MonitorLbLts, { kindLsr, kindLts } },
     };
-    m_listen = &own<UpmixerListenPanel>();
+    m_listen = &m_owned.make<UpmixerListenPanel>();
     auto& listenGroup = *m_groups.emplace_back (std::make_unique<KaJuceControlGroup> (true));
     for (const auto& [number, kinds] : modes)
     {
@@ -246,14 +237,14 @@ KaJuceControl& UpmixerEditor::makeControl (int number, bool knob)
     KaJuceControl* control = nullptr;
     if (info->kind == KaParamKind::toggle)
     {
-        auto& button = own<KaJuceButton> (info->name, number);
+        auto& button = m_owned.make<KaJuceButton> (info->name, number);
         // In the Listen panel the word "Listen" goes without saying.
         button.setLabel (info->name.startsWith ("Listen ") ? info->name.fromFirstOccurrenceOf ("Listen ", false, false) : info->name);
         control = &button;
     }
     else if (info->kind == KaParamKind::choice && info->choices.size() > 0)
     {
-        auto& selector = own<KaJuceSelectorControl> (info->name, number);
+        auto& selector = m_owned.make<KaJuceSelectorControl> (info->name, number);
         selector.setItems (info->choices);
         selector.setLabel (info->name);
         selector.adoptPopUp (getOglComponent());
@@ -261,7 +252,7 @@ KaJuceControl& UpmixerEditor::makeControl (int number, bool knob)
     }
     else
     {
-        auto& drag = own<KaJuceDragControl> (info->name, number);
+        auto& drag = m_owned.make<KaJuceDragControl> (info->name, number);
         drag.setLabel (info->name);
         if (knob)
             drag.setFilmStrip (m_knobStrip, knobFrames, true);
@@ -298,7 +289,7 @@ void UpmixerEditor::resized()
     auto area = getLocalBounds();
     auto header = area.removeFromTop (headerHeight);
     if (! m_owned.empty())
-        m_owned.front()->setBounds (header);  // the header bar
+        m_owned.front().setBounds (header);  // the header bar
     header.reduce (margin, 9);
     m_readoutTitle.setBounds (header.removeFromLeft (140));
     KaJuceLayout::fromRight (header, { { &m_btnMenu, 64, 12 }, { &m_btnBypass, 68, 12 }, { &m_btnAtoB, 50, 4 },

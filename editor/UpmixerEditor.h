@@ -8,6 +8,7 @@
 #include "editor/KaJuceGridComponent.h"
 #include "editor/KaJucePresetBar.h"
 #include "editor/KaJuceSelectorControl.h"
+#include "editor/KaOwnedComponents.h"
 #include "editor/UpmixerDialogueActivity.h"
 #include "editor/UpmixerListenPanel.h"
 #include "editor/UpmixerSurroundField.h"
@@ -71,10 +72,9 @@ private:
         dialogue and Listen. */
     void buildMainPage();
     void layOutMainPage (juce::Rectangle<int> area);
-    template <typename T, typename... Args> T& own (Args&&... args);
 
     UpmixerProcessor& m_upmixer;
-    std::vector<std::unique_ptr<juce::Component>> m_owned;
+    KaOwnedComponents m_owned;
     std::vector<std::unique_ptr<KaJuceControlGroup>> m_groups;
     std::vector<juce::Component*> m_pages;
     struct PanelPlace { int page, column, span; KaJuceOglGridComponent* panel; };

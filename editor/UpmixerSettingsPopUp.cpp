@@ -19,15 +19,6 @@ namespace
     }
 }
 
-template <typename T, typename... Args>
-T& UpmixerSettingsPopUp::own (Args&&... args)
-{
-    auto object = std::make_unique<T> (std::forward<Args> (args)...);
-    auto& ref = *object;
-    m_owned.push_back (std::move (object));
-    return ref;
-}
-
 UpmixerSettingsPopUp::UpmixerSettingsPopUp (KaJuceEditorBase& editor) : KaJuceControlWithHelpers ("m_settingsPopUp"), m_editor (editor)
 {
     setWantsKeyboardFocus (true);
@@ -56,7 +47,7 @@ UpmixerSettingsPopUp::UpmixerSettingsPopUp (KaJuceEditorBase& editor) : KaJuceCo
     const auto* table = &m_editor.getProcessorBase().getParameterTable();
     for (int i = 0; i < 4; ++i)
     {
-        auto& drag = own<KaJuceDragControl> ("m_dragSplit" + juce::String (i + 1), Split1LM + i);
+        auto& drag = m_owned.make<KaJuceDragControl> ("m_dragSplit" + juce::String (i + 1), Split1LM + i);
         drag.setLabel ("Split " + juce::String (i + 1));
         splits.addToGrid (drag);
         m_editor.registerControl (drag);
@@ -102,7 +93,7 @@ UpmixerSettingsPopUp::UpmixerSettingsPopUp (KaJuceEditorBase& editor) : KaJuceCo
 
 KaJuceOglGridComponent& UpmixerSettingsPopUp::addPanel (int column, const juce::String& title, int columnsInPanel, int rowHeight)
 {
-    auto& panel = own<KaJuceOglGridComponent> (title, columnsInPanel, rowHeight);
+    auto& panel = m_owned.make<KaJuceOglGridComponent> (title, columnsInPanel, rowHeight);
     panel.setName ("m_panelSettings" + title.removeCharacters (" "));
     addAndMakeVisible (panel);
     m_panels.push_back ({ column, &panel });
@@ -112,11 +103,11 @@ KaJuceOglGridComponent& UpmixerSettingsPopUp::addPanel (int column, const juce::
 KaJuceControl& UpmixerSettingsPopUp::addColour (KaJuceOglGridComponent& panel, int number, const juce::String& label)
 {
     const auto* info = m_editor.getProcessorBase().getParameterTable().info (number);
-    auto& picker = own<KaJuceColourPicker> ("m_picker" + (info != nullptr ? info->key : juce::String (number)), number);
+    auto& picker = m_owned.make<KaJuceColourPicker> ("m_picker" + (info != nullptr ? info->key : juce::String (number)), number);
     picker.setLabel (label);
     addChildComponent (picker);
     m_editor.registerControl (picker);
-    auto& trigger = own<KaJuceColourPickerTriggerButton> ("m_btnColour" + (info != nullptr ? info->key : juce::String (number)), picker);
+    auto& trigger = m_owned.make<KaJuceColourPickerTriggerButton> ("m_btnColour" + (info != nullptr ? info->key : juce::String (number)), picker);
     trigger.setLabel (label);
     trigger.onClick = [this, &picker] { closePickers (&picker); };
     panel.addToGrid (trigger);
@@ -128,7 +119,7 @@ KaJuceControl& UpmixerSettingsPopUp::addColour (KaJuceOglGridComponent& panel, i
 KaJuceControl& UpmixerSettingsPopUp::addToggle (KaJuceOglGridComponent& panel, int number, const juce::String& label, int span)
 {
     const auto* info = m_editor.getProcessorBase().getParameterTable().info (number);
-    auto& button = own<KaJuceButton> ("m_btn" + (info != nullptr ? info->key : juce::String (number)), number);
+    auto& button = m_owned.make<KaJuceButton> ("m_btn" + (info != nullptr ? info->key : juce::String (number)), number);
     button.setLabel (label);
     panel.addToGrid (button, span);
     m_editor.registerControl (button);
@@ -139,7 +130,7 @@ KaJuceSelectorControl& UpmixerSettingsPopUp::addSelector (KaJuceOglGridComponent
                                                           const std::vector<int>& choices, const juce::StringArray& texts)
 {
     const auto* info = m_editor.getProcessorBase().getParameterTable().info (number);
-    auto& selector = own<KaJuceSelectorControl> ("m_sel" + (info != nullptr ? info->key : juce::String (number)), number);
+    auto& selector = m_owned.make<KaJuceSelectorControl> ("m_sel" + (info != nullptr ? info->key : juce::String (number)), number);
     juce::StringArray items;
     std::vector<float> values;
     for (int choice : choices)
@@ -157,7 +148,7 @@ KaJuceSelectorControl& UpmixerSettingsPopUp::addSelector (KaJuceOglGridComponent
 
 void UpmixerSettingsPopUp::addNote (KaJuceOglGridComponent& panel, const juce::String& text, int span)
 {
-    auto& note = own<KaJuceMarginReadout> ("m_readoutNote", 2);
+    auto& note = m_owned.make<KaJuceMarginReadout> ("m_readoutNote", 2);
     note.setLabel (text);
     note.setLabelFontSize (KaJuceTheme::smallText);
     note.setTextColour (KaJuceTheme::textDim);
@@ -268,11 +259,7 @@ void UpmixerSettingsPopUp::resized()
 
 void UpmixerSettingsPopUp::render (double)
 {
-    KaOglDraw::fillRect (getLocalBounds().toFloat(), juce::Colours::black.withAlpha (0.6f));
-    const auto card = m_card.toFloat();
-    KaOglDraw::fillRoundedRect (card.translated (0.0f, 5.0f), 8.0f, juce::Colours::black.withAlpha (0.4f));
-    KaOglDraw::fillRoundedRect (card, 7.0f, KaJuceTheme::background.brighter (0.04f));
-    KaOglDraw::drawRoundedRect (card, 7.0f, KaJuceTheme::controlEdge);
+    KaOglDraw::drawModalCard (getLocalBounds().toFloat(), m_card.toFloat(), 0.6f, 7.0f, KaJuceTheme::background.brighter (0.04f), KaJuceTheme::controlEdge);
     auto* title = getOglFont (KaJuceTheme::headingText);
     auto* small = getOglFont (KaJuceTheme::bodyText);
     if (title == nullptr || small == nullptr)

@@ -4,6 +4,7 @@
 #include "editor/KaJuceColourPicker.h"
 #include "editor/KaJuceGridComponent.h"
 #include "editor/KaJuceSelectorControl.h"
+#include "editor/KaOwnedComponents.h"
 
 #include <memory>
 #include <vector>
@@ -50,10 +51,9 @@ private:
     /** Points the colour controls at the session's values or the user's copies. */
     void followLock (bool locked);
     void lockChanged (bool locked);
-    template <typename T, typename... Args> T& own (Args&&... args);
 
     KaJuceEditorBase& m_editor;
-    std::vector<std::unique_ptr<juce::Component>> m_owned;
+    KaOwnedComponents m_owned;
     struct Place { int column; KaJuceOglGridComponent* panel; };
     std::vector<Place> m_panels;
     /** The colour controls and the session parameter each stands for. */
